@@ -1,0 +1,28 @@
+#pragma once
+
+#include <Vexo/Types.h>
+
+#include <cstddef>
+
+namespace Torvel {
+
+using Vexo::U32;
+using Vexo::U64;
+
+/**
+ * Hash accumulator for values in memory: eight bytes a step. Equal bytes give equal hashes within
+ * one process; the number depends on the machine's byte order and is not to be stored.
+ */
+class HashMix {
+public:
+    explicit HashMix(U32 start) noexcept : state_(start) {}
+
+    void mix(void const* bytes, std::size_t count) noexcept;
+
+    explicit operator U32() const noexcept;
+
+private:
+    U64 state_;
+};
+
+}  // namespace Torvel

@@ -1,0 +1,101 @@
+#include <Vexo/ObjectNames.h>
+#include <Vexo/PtrInterface.h>
+#include <Vexo/Sassert.h>
+
+#include <algorithm>
+
+namespace Vexo {
+
+namespace {
+constexpr char const* source = "Vexo/PtrInterface";
+}
+
+namespace Detail {
+constinit std::atomic<bool> threadSafePtrMode{false};
+}
+
+constinit FwkModule const vexoModule("Vexo", "Vexo/Vexo");
+constinit FwkType const PtrInterface::fwkType_("Vexo::PtrInterface", vexoModule, 1);
+
+void NotifieeList::notifieeIs(Notifiee* notifiee) {
+    if (std::find(notifiees_.begin(), notifiees_.end(), notifiee) == notifiees_.end()) {
+        notifiees_.push_back(notifiee);
+    }
+}
+
+void NotifieeList::notifieeDel(Notifiee* notifiee) noexcept {
+    std::erase(notifiees_, notifiee);
+}
+
+void NotifieeList::zeroReferences(PtrInterface& notifier) const noexcept {
+    for (Notifiee* notifiee : notifiees_) {
+        notifiee->zeroReferences(notifier);
+    }
+}
+
+NotifieeList* PtrInterface::notifieeList() {
+    return nullptr;
+}
+
+void PtrInterface::hasNotificationActiveIs(bool active) {
+    flagIs(notificationActive_, active);
+}
+
+void PtrInterface::zeroReferencesIs() {
+    if (hasNotificationActive()) {
+        if (NotifieeList const* notifiees = notifieeList()) {
+            notifiees->zeroReferences(*this);
+        }
+    }
+    delete this;
+}
+
+FwkType const* PtrInterface::fwkType() const {
+    return &fwkType_;
+}
+
+PtrInterface::~PtrInterface() {
+    if ((word_.load(std::memory_order_relaxed) & namedInText_) != 0) {
+        ObjectNames::forget(this);
+    }
+}
+
+void PtrInterface::flagIs(U32 flag, bool on) const noexcept {
+    if (threadSafePtr()) {
+        if (on) {
+            word_.fetch_or(flag, std::memory_order_relaxed);
+        } else {
+            word_.fetch_and(~flag, std::memory_order_relaxed);
+        }
+    } else {
+        U32 const word = word_.load(std::memory_order_relaxed);
+        word_.store(on ? word | flag : word & ~flag, std::memory_order_relaxed);
+    }
+}
+
+bool PtrInterface::referencesIncUnlessZero() const noexcept {
+    U32 word = word_.load(std::memory_order_relaxed);
+    while ((word & referenceMask_) != 0) {
+        if ((word & referenceMask_) == referenceMask_) {
+            failOverflow();
+        }
+        if (word_.compare_exchange_weak(word, word + 1, std::memory_order_relaxed)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void PtrInterface::failOverflow() const noexcept {
+    SassertHelper("references() < referenceMask_", source, __LINE__,
+                  "void Vexo::PtrInterface::referencesInc() const")
+        .fail("object:", static_cast<void const*>(this));
+}
+
+void PtrInterface::lastReferenceGone(U32 before) const noexcept {
+    VEXO_SASSERT(source, "void Vexo::PtrInterface::referencesDec() const",
+                 (before & referenceMask_) > 0, "object:", static_cast<void const*>(this));
+    const_cast<PtrInterface*>(this)->zeroReferencesIs();
+}
+
+}  // namespace Vexo

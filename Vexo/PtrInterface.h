@@ -1,0 +1,130 @@
+#pragma once
+
+#include <Vexo/FwkType.h>
+#include <Vexo/Types.h>
+
+#include <atomic>
+#include <vector>
+
+namespace Vexo {
+
+namespace Detail {
+extern std::atomic<bool> threadSafePtrMode;
+}
+
+/**
+ * The thread-safe-pointer mode, one switch for the process. On: reference counts change by atomic
+ * read-modify-write, so that threads may share counted objects. Off (the start value): by plain
+ * loads and stores. Switch while no second thread touches counted objects.
+ */
+inline bool threadSafePtr() noexcept {
+    return Detail::threadSafePtrMode.load(std::memory_order_relaxed);
+}
+inline void threadSafePtrIs(bool on) noexcept {
+    Detail::threadSafePtrMode.store(on, std::memory_order_relaxed);
+}
+
+class PtrInterface;
+
+/**
+ * Somebody who wants to hear of the end of a counted object. Must outlive its place in the list.
+ */
+class Notifiee {
+public:
+    /** `notifier` has lost its last reference and is about to be destroyed; it is still whole. */
+    virtual void zeroReferences(PtrInterface& notifier) noexcept = 0;
+
+protected:
+    ~Notifiee() = default;
+};
+
+/** The notifiees of one object, told in the order of their entry. Not locked. */
+class NotifieeList {
+public:
+    void notifieeIs(Notifiee* notifiee);
+    void notifieeDel(Notifiee* notifiee) noexcept;
+    void zeroReferences(PtrInterface& notifier) const noexcept;
+
+private:
+    std::vector<Notifiee*> notifiees_;
+};
+
+/**
+ * Base of every counted object. `Ptr` holds references; the object destroys itself when the last
+ * one goes.
+ *
+ * Invariants: the low 29 bits of the reference word count references, the upper bits are flags and
+ * never part of a printed count. A count that would overflow or fall below zero is a fatal
+ * assertion. A new object has no reference. Order of the virtual operations: notifieeList,
+ * hasNotificationActiveIs, zeroReferencesIs, fwkType, destructor.
+ */
+class PtrInterface {
+public:
+    static constexpr U32 referenceMask_ = 0x1fffffffU;
+
+    PtrInterface(PtrInterface const&) = delete;
+    PtrInterface& operator=(PtrInterface const&) = delete;
+
+    /** The object's list of notifiees, or null (as here) when the class keeps none. */
+    virtual NotifieeList* notifieeList();
+    /** Off while an object is being made: nobody is told about it. Factories switch it on. */
+    virtual void hasNotificationActiveIs(bool active);
+    /** The last reference has gone: tells the notifiees, if notification is on, and destroys. */
+    virtual void zeroReferencesIs();
+    virtual FwkType const* fwkType() const;
+    virtual ~PtrInterface();
+
+    bool hasNotificationActive() const noexcept {
+        return (word_.load(std::memory_order_relaxed) & notificationActive_) != 0;
+    }
+    U32 references() const noexcept {
+        return word_.load(std::memory_order_relaxed) & referenceMask_;
+    }
+
+    void referencesInc() const noexcept {
+        U32 before = 0;
+        if (threadSafePtr()) {
+            before = word_.fetch_add(1, std::memory_order_relaxed);
+        } else {
+            before = word_.load(std::memory_order_relaxed);
+            word_.store(before + 1, std::memory_order_relaxed);
+        }
+        if ((before & referenceMask_) == referenceMask_) [[unlikely]] {
+            failOverflow();
+        }
+    }
+
+    void referencesDec() const noexcept {
+        U32 before = 0;
+        if (threadSafePtr()) {
+            before = word_.fetch_sub(1, std::memory_order_acq_rel);
+        } else {
+            before = word_.load(std::memory_order_relaxed);
+            word_.store(before - 1, std::memory_order_relaxed);
+        }
+        if ((before & referenceMask_) <= 1) [[unlikely]] {
+            lastReferenceGone(before);
+        }
+    }
+
+    /** Takes a reference unless the count has already reached zero; false in that case. */
+    bool referencesIncUnlessZero() const noexcept;
+
+    static FwkType const fwkType_;
+
+protected:
+    PtrInterface() noexcept = default;
+
+private:
+    friend class ObjectNames;
+    static constexpr U32 notificationActive_ = 1U << 29;
+    static constexpr U32 namedInText_ = 1U << 30;
+
+    void flagIs(U32 flag, bool on) const noexcept;
+    [[gnu::cold, noreturn]] void failOverflow() const noexcept;
+    [[gnu::noinline]] void lastReferenceGone(U32 before) const noexcept;
+
+    mutable std::atomic<U32> word_{0};
+};
+
+}  // namespace Vexo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <Vexo/Types.h>
+
+#include <exception>
+#include <utility>
+
+namespace Vexo {
+
+/** A text or number that does not lie in the range of what was asked for. */
+class RangeException : public std::exception {
+public:
+    explicit RangeException(String message) : message_(std::move(message)) {}
+    RangeException(String message, String attribute)
+        : message_(std::move(message)), attribute_(std::move(attribute)) {}
+
+    char const* what() const noexcept override { return message_.c_str(); }
+    /** The attribute whose value failed, outermost first ("a.b"); empty when none is known. */
+    String const& attribute() const noexcept { return attribute_; }
+
+private:
+    String message_;
+    String attribute_;
+};
+
+class FwkType;
+
+/** `error` again, now naming the attribute whose value was being read. */
+[[noreturn]] void rethrowFromDeserializeAttr(RangeException const& error, char const* fieldName);
+/** A set of flags was given a number with bits beyond its flags. */
+[[noreturn]] void throwDenseEnumBoolSetRangeException(FwkType const& type, U32 value);
+
+/** A hash was asked of a type that has none. */
+class UnhashableException : public std::exception {
+public:
+    explicit UnhashableException(String message) : message_(std::move(message)) {}
+    char const* what() const noexcept override { return message_.c_str(); }
+
+private:
+    String message_;
+};
+
+[[noreturn]] void throwUnhashableException(FwkType const& type);
+
+}  // namespace Vexo

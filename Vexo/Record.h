@@ -1,0 +1,134 @@
+#pragma once
+
+#include <Vexo/Strep.h>
+
+#include <tuple>
+#include <type_traits>
+
+/*
+ * Value records described once, by the list of their fields. A record class R has
+ *
+ *     static FwkType const fwkType_;
+ *     static constexpr auto fields() {
+ *         return std::tuple{field("node", &R::node_, Served::no), ...};
+ *     }
+ *
+ * and text form, parser, equality and truth follow from that list:
+ *
+ *   text      only fields that are not plain pointers; one such field: that field's own text; more:
+ *             Value('Type', ** {'name': text, 'name': text})
+ *   parser    every field, pointers included, in that frame; a record of one field: its text alone
+ *   equality  field by field in order, stopping at the first difference; pointers by address
+ *   truth     true when any field is set (not null, not false, not 0)
+ */
+
+namespace Vexo {
+
+/** What a field offers by name: nothing, reading, reading and writing. */
+enum class Served : U8 { no, readOnly, readWrite };
+
+template <class R, class M>
+struct Field {
+    using Member = M;
+    char const* name;
+    M R::*member;
+    Served served;
+};
+
+template <class R, class M>
+constexpr Field<R, M> field(char const* name, M R::*member, Served served) noexcept {
+    return {name, member, served};
+}
+
+template <class R>
+concept Record = requires {
+    R::fields();
+    R::fwkType_.name();
+};
+
+namespace Detail {
+
+template <class F>
+constexpr bool printed = !std::is_pointer_v<typename F::Member>;
+
+template <Record R>
+constexpr std::size_t printedFields = std::apply(
+    [](auto const&... fields) {
+        return (std::size_t{0} + ... +
+                (printed<std::remove_cvref_t<decltype(fields)>> ? std::size_t{1} : 0));
+    },
+    R::fields());
+
+template <Record R, class F>
+void appendField(String& text, bool framed, R const& record, F const& field) {
+    if constexpr (printed<F>) {
+        if (framed) {
+            text += text.back() == '{' ? "'" : ", '";
+            text += field.name;
+            text += "': ";
+        }
+        text += valueToStrep(record.*field.member);
+    }
+}
+
+template <Record R, class F>
+void readField(CharRange& range, bool framed, bool first, R& record, F const& field) {
+    if (framed) {
+        range.needString(String(first ? "'" : ", '") + field.name + "': ");
+    }
+    record.*field.member = deserializeAttr<typename F::Member>(range, field.name);
+}
+
+}  // namespace Detail
+
+template <Record R>
+String recordToStrep(R const& record) {
+    constexpr bool framed = Detail::printedFields<R> != 1;
+    String text = framed ? String("Value('") + R::fwkType_.name() + "', ** {" : String();
+    std::apply(
+        [&](auto const&... fields) { (Detail::appendField(text, framed, record, fields), ...); },
+        R::fields());
+    if (framed) {
+        text += "})";
+    }
+    return text;
+}
+
+/** Fills `record` from the text; on an error what was filled so far is the caller's to discard. */
+template <Record R>
+void readRecord(CharRange& range, R& record) {
+    constexpr bool framed = std::tuple_size_v<decltype(R::fields())> != 1;
+    if (framed) {
+        range.needString(String("Value('") + R::fwkType_.name() + "', ** {");
+    }
+    bool first = true;
+    std::apply(
+        [&](auto const&... fields) {
+            (Detail::readField(range, framed, std::exchange(first, false), record, fields), ...);
+        },
+        R::fields());
+    if (framed) {
+        range.needString("})");
+    }
+}
+
+template <Record R>
+bool recordsEqual(R const& a, R const& b) noexcept {
+    return std::apply(
+        [&](auto const&... fields) { return ((a.*fields.member == b.*fields.member) && ...); },
+        R::fields());
+}
+
+template <Record R>
+bool recordIsSet(R const& record) noexcept {
+    return std::apply(
+        [&](auto const&... fields) { return (static_cast<bool>(record.*fields.member) || ...); },
+        R::fields());
+}
+
+template <Record R>
+String valueToStrep(R const& record) {
+    return recordToStrep(record);
+}
+
+}  // namespace Vexo

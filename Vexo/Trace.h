@@ -1,0 +1,96 @@
+#pragma once
+
+#include <Vexo/Types.h>
+
+#include <atomic>
+#include <functional>
+#include <sstream>
+#include <string_view>
+
+namespace Vexo {
+
+/** A finished trace line. The views are valid during the call that hands it over. */
+struct TraceLine {
+    std::string_view handle;
+    U32 level;
+    /** The module's source name, the same for every file of the module. */
+    std::string_view source;
+    std::string_view text;
+};
+
+/** Receives trace lines, one at a time. An exception that leaves it is caught and forgotten. */
+using TraceSink = std::function<void(TraceLine const&)>;
+
+/**
+ * A switchable source of trace lines with levels 0 to 9. A static constant of its module, entered
+ * into the process's list of handles on first use. Levels may be switched at any time by any
+ * thread.
+ */
+class TraceHandle {
+public:
+    static constexpr U32 highestLevel_ = 9;
+
+    explicit constexpr TraceHandle(char const* name) noexcept : name_(name) {}
+    TraceHandle(TraceHandle const&) = delete;
+    TraceHandle& operator=(TraceHandle const&) = delete;
+
+    char const* name() const noexcept { return name_; }
+
+    bool levelOn(U32 level) noexcept {
+        U32 const levels = levels_.load(std::memory_order_relaxed);
+        if ((levels & (unlisted_ | (1U << level))) == 0) [[likely]] {
+            return false;
+        }
+        return levelOnSlowly(level);
+    }
+    /** Ignores a level above `highestLevel_`. */
+    void levelIs(U32 level, bool on) noexcept;
+
+    /** Builds the line from the pieces, each through its operator<<, and hands it to the sink. */
+    template <class... Pieces>
+    [[gnu::cold, gnu::noinline]] void line(U32 level, char const* source,
+                                           Pieces const&... pieces) noexcept {
+        try {
+            std::ostringstream text;
+            (text << ... << pieces);
+            emit(level, source, text.str());
+        } catch (...) {
+            // A trace must never change what the traced operation does.
+        }
+    }
+
+private:
+    friend class TraceHandles;
+    static constexpr U32 unlisted_ = 1U << 31;
+
+    [[gnu::cold, gnu::noinline]] bool levelOnSlowly(U32 level) noexcept;
+    void emit(U32 level, char const* source, String const& text);
+
+    char const* name_;
+    TraceHandle* next_ = nullptr;
+    std::atomic<U32> levels_{unlisted_};
+};
+
+/**
+ * Switches levels by text: "LpmTrie/7-9,LpmTrieTypes/9", a handle's name or "*", then "/" and a
+ * level or a range; "Name/off" switches all off. Handles that are not there yet find their levels
+ * when they come. The environment variable VEXO_TRACE is read so before the first line; a text
+ * there that is not right is told on standard error and ignored. Throws RangeException, with
+ * nothing switched.
+ */
+void traceLevelsIs(String const& settings);
+
+/**
+ * Replaces the sink and returns the old one; an empty one restores the writer to standard error.
+ */
+TraceSink traceSinkIs(TraceSink sink);
+
+}  // namespace Vexo
+
+/** One trace line. Nothing but the level's test runs while the level is off. */
+#define VEXO_TRACE_LINE(handle, level, source, ...)                                                \
+    do {                                                                                           \
+        if ((handle).levelOn(level)) [[unlikely]] {                                                \
+            (handle).line(level, source, __VA_ARGS__);                                             \
+        }                                                                                          \
+    } while (false)

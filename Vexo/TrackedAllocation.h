@@ -1,0 +1,108 @@
+#pragma once
+
+#include <Vexo/FwkType.h>
+#include <Vexo/Types.h>
+
+#include <atomic>
+#include <cstddef>
+#include <new>
+#include <vector>
+
+namespace Vexo {
+
+/** What one type has allocated and released since the process began. Bytes as requested. */
+struct AllocationCounts {
+    U64 allocations = 0;
+    U64 releases = 0;
+    U64 bytesAllocated = 0;
+    U64 bytesReleased = 0;
+
+    /** Objects alive now. Exact when no other thread allocates meanwhile. */
+    U64 live() const noexcept { return allocations - releases; }
+    U64 liveBytes() const noexcept { return bytesAllocated - bytesReleased; }
+    bool operator==(AllocationCounts const&) const = default;
+};
+
+/**
+ * The running counts of one type. A constant of the program; counts are right under any threads.
+ */
+class AllocationRecord {
+public:
+    explicit constexpr AllocationRecord(FwkType const& type) noexcept : type_(&type) {}
+    AllocationRecord(AllocationRecord const&) = delete;
+    AllocationRecord& operator=(AllocationRecord const&) = delete;
+
+    FwkType const& type() const noexcept { return *type_; }
+    AllocationRecord const* next() const noexcept { return next_; }
+    AllocationCounts counts() const noexcept;
+
+    void allocated(std::size_t bytes) noexcept {
+        if (!listed_.load(std::memory_order_acquire)) [[unlikely]] {
+            list();
+        }
+        allocations_.fetch_add(1, std::memory_order_relaxed);
+        bytesAllocated_.fetch_add(bytes, std::memory_order_relaxed);
+    }
+    void released(std::size_t bytes) noexcept {
+        releases_.fetch_add(1, std::memory_order_relaxed);
+        bytesReleased_.fetch_add(bytes, std::memory_order_relaxed);
+    }
+
+private:
+    [[gnu::cold, gnu::noinline]] void list() noexcept;
+
+    FwkType const* type_;
+    AllocationRecord* next_ = nullptr;
+    std::atomic<bool> listed_{false};
+    std::atomic<U64> allocations_{0};
+    std::atomic<U64> releases_{0};
+    std::atomic<U64> bytesAllocated_{0};
+    std::atomic<U64> bytesReleased_{0};
+};
+
+/** Counts of one type by its qualified name; all zero for a name that has allocated nothing. */
+AllocationCounts allocationCounts(String const& typeName);
+
+struct TypeAllocationCounts {
+    String typeName;
+    AllocationCounts counts;
+};
+/** One entry for each type that has ever allocated. */
+std::vector<TypeAllocationCounts> allocationCounts();
+/** Tracked objects of all types alive now. */
+U64 liveAllocations() noexcept;
+
+/**
+ * Base that gives a class tracked `new` and `delete`. Classes derived from T are recorded under T
+ * with their own size. T names itself by a constant `T::fwkType_`. If a constructor throws, the
+ * language calls the matching delete, so the record is right again before the exception leaves.
+ */
+template <class T>
+class TrackedAllocation {
+public:
+    static void* operator new(std::size_t bytes) {
+        void* const storage = ::operator new(bytes);
+        record_.allocated(bytes);
+        return storage;
+    }
+    static void* operator new(std::size_t bytes, std::align_val_t alignment) {
+        void* const storage = ::operator new(bytes, alignment);
+        record_.allocated(bytes);
+        return storage;
+    }
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* storage, std::size_t bytes) noexcept {
+        record_.released(bytes);
+        ::operator delete(storage);
+    }
+    static void operator delete(void* storage, std::size_t bytes,
+                                std::align_val_t alignment) noexcept {
+        record_.released(bytes);
+        ::operator delete(storage, alignment);
+    }
+
+private:
+    static inline constinit AllocationRecord record_{T::fwkType_};
+};
+
+}  // namespace Vexo
