@@ -1,0 +1,54 @@
+#include <Nimbal/IpGenPrefixRef.h>
+
+#include <ostream>
+
+namespace Nimbal {
+
+constinit Vexo::FwkType const IpGenPrefixRef::fwkType_("Nimbal::IpGenPrefixRef", nimbalModule, 2);
+
+IpGenPrefixRef::Ptr IpGenPrefixRef::IpGenPrefixRefIs(IpGenPrefix const& prefix) {
+    Ptr holder(new IpGenPrefixRef(prefix));
+    holder->hasNotificationActiveIs(true);
+    return holder;
+}
+
+Vexo::FwkType const* IpGenPrefixRef::fwkType() const {
+    return &fwkType_;
+}
+
+std::ostream& operator<<(std::ostream& out, IpGenPrefixRef const* holder) {
+    return holder != nullptr ? out << holder->prefix() : out << "prefixRef null";
+}
+
+String valueToStrep(Vexo::Ptr<IpGenPrefixRef const> const& holder) {
+    return holder ? valueToStrep(holder->prefix()) : String("None");
+}
+
+String valueToStrep(Vexo::Ptr<IpGenPrefixRef> const& holder) {
+    return holder ? valueToStrep(holder->prefix()) : String("None");
+}
+
+}  // namespace Nimbal
+
+namespace Vexo {
+
+template <>
+Ptr<Nimbal::IpGenPrefixRef> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef>>(CharRange& range,
+                                                                         char const* fieldName) {
+    try {
+        if (range.consume("None")) {
+            return nullptr;
+        }
+        return Nimbal::IpGenPrefixRef::IpGenPrefixRefIs(Nimbal::IpGenPrefix(range));
+    } catch (RangeException const& error) {
+        rethrowFromDeserializeAttr(error, fieldName);
+    }
+}
+
+template <>
+Ptr<Nimbal::IpGenPrefixRef const> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef const>>(
+    CharRange& range, char const* fieldName) {
+    return deserializeAttr<Ptr<Nimbal::IpGenPrefixRef>>(range, fieldName);
+}
+
+}  // namespace Vexo

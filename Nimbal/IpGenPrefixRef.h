@@ -1,0 +1,51 @@
+#pragma once
+
+#include <Nimbal/IpGenPrefix.h>
+#include <Vexo/Ptr.h>
+#include <Vexo/Strep.h>
+#include <Vexo/TrackedAllocation.h>
+
+#include <iosfwd>
+
+namespace Nimbal {
+
+/** Counted holder of one prefix, shared by a trie's node and the records that name it. Constant. */
+class IpGenPrefixRef : public Vexo::PtrInterface, public Vexo::TrackedAllocation<IpGenPrefixRef> {
+public:
+    using Ptr = Vexo::Ptr<IpGenPrefixRef>;
+
+    explicit IpGenPrefixRef(IpGenPrefix const& prefix) noexcept : prefix_(prefix) {}
+    /** A new holder with notification on. Throws std::bad_alloc. */
+    static Ptr IpGenPrefixRefIs(IpGenPrefix const& prefix);
+
+    Vexo::FwkType const* fwkType() const override;
+
+    IpGenPrefix const& prefix() const noexcept { return prefix_; }
+
+    static Vexo::FwkType const fwkType_;
+
+private:
+    IpGenPrefix const prefix_;
+};
+
+/** The holder's prefix, or "prefixRef null". */
+std::ostream& operator<<(std::ostream& out, IpGenPrefixRef const* holder);
+
+/**
+ * A holder's text form is its prefix's, "None" for null: it reads back into a new, equal holder.
+ */
+String valueToStrep(Vexo::Ptr<IpGenPrefixRef> const& holder);
+String valueToStrep(Vexo::Ptr<IpGenPrefixRef const> const& holder);
+
+}  // namespace Nimbal
+
+namespace Vexo {
+
+template <>
+Ptr<Nimbal::IpGenPrefixRef> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef>>(CharRange& range,
+                                                                         char const* fieldName);
+template <>
+Ptr<Nimbal::IpGenPrefixRef const> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef const>>(
+    CharRange& range, char const* fieldName);
+
+}  // namespace Vexo
