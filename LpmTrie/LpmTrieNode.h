@@ -1,0 +1,173 @@
+#pragma once
+
+#include <LpmTrie/LpmTrieTypes.h>
+#include <LpmTrie/PrefixBits.h>
+#include <Nimbal/IpGenPrefixRef.h>
+#include <Vexo/TrackedAllocation.h>
+
+#include <array>
+#include <iosfwd>
+
+namespace LpmTrie {
+
+/** What a living node's eye catcher holds; a destroyed one's holds 0xBADBEEFF. */
+constexpr U32 TRIE_NODE_EYECATCHER = 0xBADBADBAU;
+
+/**
+ * One vertex of the trie: a FIB route, the root of a partition, both, or an internal node that
+ * joins two subtrees. Owned by its trie, made by `Trie::allocateNode` and destroyed by
+ * `Trie::deallocateNode`. A client may derive from it and override the diagnostic virtuals.
+ *
+ * Invariants, kept by the trie's operations and checked by `Trie::verify`: a node's prefix is
+ * longer than its parent's and inside it; `bitNode(b)` continues the prefix with the bit b;
+ * `routeCount` counts the FIB routes of the subtree, the node included; `partitionRouteCount` those
+ * of them with no partition node between them (included) and the node (excluded).
+ *
+ * Every change and every computed answer first asserts the eye catcher; plain reads do not. A
+ * failed check ends the process. Not locked: whoever serialises the trie serialises its nodes.
+ */
+class Node : public Vexo::TrackedAllocation<Node> {
+public:
+    Node(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute, bool partitionNode,
+         PartitionId::Ptr const& partitionId, U32 hwTable) noexcept;
+    Node(Node const&) = delete;
+    Node& operator=(Node const&) = delete;
+
+    virtual ~Node();
+    /** Hook for checks of a client's own data against the covering partition node; does nothing. */
+    virtual void verifyPartition(Node* partitionNode);
+    /** The hardware table's text in the node's text: "hw:%d". */
+    virtual String getHwTableStr() const;
+    /** ",cp", ",dp" and ",sp" for the flags that are set; `maxPendingState` adds none. */
+    virtual String getPendingStateStr() const;
+
+    Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef() const noexcept { return prefixRef_; }
+    Node* parent() const noexcept { return parent_; }
+    /** The child whose next prefix bit is `bit`, 0 or 1; null when there is none. */
+    Node* bitNode(U32 bit) const noexcept { return bitNode_[bit]; }
+    bool fibRoute() const noexcept { return fibRoute_; }
+    bool partitionNode() const noexcept { return partitionNode_; }
+    PartitionId::Ptr const& partitionId() const noexcept { return partitionId_; }
+    U32 hwTable() const noexcept { return hwTable_; }
+    U32 routeCount() const noexcept { return routeCount_; }
+    U32 partitionRouteCount() const noexcept { return partitionRouteCount_; }
+    PendingState pendingState() const noexcept { return pendingState_; }
+
+    /** Prefix length in bits. */
+    U32 len() const {
+        checkEyeCatcher("U32 LpmTrie::Node::len() const");
+        return prefixRef_->prefix().len();
+    }
+    /** Number of leading bits that `prefix` shares with the node's prefix. */
+    U32 commonLen(Nimbal::IpGenPrefix const& prefix) const {
+        checkEyeCatcher("U32 LpmTrie::Node::commonLen(const Nimbal::IpGenPrefix&) const");
+        return commonPrefixLen(prefix, prefixRef_->prefix());
+    }
+    /** Neither a partition node nor a FIB route. */
+    bool internal() const {
+        checkEyeCatcher("bool LpmTrie::Node::internal() const");
+        return !partitionNode_ && !fibRoute_;
+    }
+
+    /** Setting requires that nothing is pending, and leaves `createPartition` pending alone. */
+    void partitionNodeIs(bool partitionNode) {
+        checkEyeCatcher("void LpmTrie::Node::partitionNodeIs(bool)");
+        if (partitionNode) {
+            if (pendingState_.value() != 0) [[unlikely]] {
+                failPending();
+            }
+            pendingState_ = PendingState::createPartition_();
+        }
+        partitionNode_ = partitionNode;
+    }
+    void fibRouteIs(bool fibRoute) {
+        checkEyeCatcher("void LpmTrie::Node::fibRouteIs(bool)");
+        fibRoute_ = fibRoute;
+    }
+    void parentIs(Node* parent) {
+        checkEyeCatcher("void LpmTrie::Node::parentIs(LpmTrie::Node*)");
+        parent_ = parent;
+    }
+    void bitNodeIs(U32 bit, Node* node) {
+        checkEyeCatcher("void LpmTrie::Node::bitNodeIs(U32, LpmTrie::Node*)");
+        bitNode_[bit] = node;
+    }
+    void hwTableIs(U32 hwTable) {
+        checkEyeCatcher("void LpmTrie::Node::hwTableIs(U32)");
+        hwTable_ = hwTable;
+    }
+    void partitionIdIs(PartitionId::Ptr partitionId) {
+        checkEyeCatcher("void LpmTrie::Node::partitionIdIs(const Ptr&)");
+        partitionId_.swap(partitionId);
+    }
+    /** Replaces the whole state: how a client completes a pending change. */
+    void pendingStateIs(PendingState pendingState) {
+        checkEyeCatcher("void LpmTrie::Node::pendingStateIs(LpmTrie::PendingState)");
+        pendingState_ = pendingState;
+    }
+    void partitionRouteCountIs(U32 count) {
+        checkEyeCatcher("void LpmTrie::Node::partitionRouteCountIs(U32)");
+        partitionRouteCount_ = count;
+    }
+    void routeCountInc(U32 incr) {
+        checkEyeCatcher("void LpmTrie::Node::routeCountInc(U32)");
+        routeCount_ += incr;
+    }
+    void partitionRouteCountInc(U32 incr) {
+        checkEyeCatcher("void LpmTrie::Node::partitionRouteCountInc(U32)");
+        partitionRouteCount_ += incr;
+    }
+    void routeCountDec(U32 decr) {
+        if (routeCount_ < decr) [[unlikely]] {
+            failRouteCount(decr);
+        }
+        checkEyeCatcher("void LpmTrie::Node::routeCountDec(U32)");
+        routeCount_ -= decr;
+    }
+    void partitionRouteCountDec(U32 decr) {
+        if (partitionRouteCount_ < decr) [[unlikely]] {
+            failPartitionRouteCount(decr);
+        }
+        checkEyeCatcher("void LpmTrie::Node::partitionRouteCountDec(U32)");
+        partitionRouteCount_ -= decr;
+    }
+
+    /** One line: "Partition,Fib,10.0.0.0/8,3,3,0x5,hw:1,cp". Checks the eye catcher. */
+    String stringValue() const;
+    /**
+     * Writes one line of a drawing of the trie to the file descriptor `socket`: bars for `level`,
+     * "root" for `bit` 3, "bit0" for 0, "bit1" for any other, and the node's text. Write errors are
+     * ignored.
+     */
+    void dump(U32 bit, U32 level, U32 socket) const;
+
+    static Vexo::FwkType const fwkType_;
+
+private:
+    void checkEyeCatcher(char const* signature, unsigned line = __builtin_LINE()) const {
+        if (eyeCatcher_ != TRIE_NODE_EYECATCHER) [[unlikely]] {
+            failEyeCatcher(signature, line);
+        }
+    }
+    [[noreturn, gnu::cold]] void failEyeCatcher(char const* signature, unsigned line) const;
+    [[noreturn, gnu::cold]] void failPending() const;
+    [[noreturn, gnu::cold]] void failRouteCount(U32 decr) const;
+    [[noreturn, gnu::cold]] void failPartitionRouteCount(U32 decr) const;
+
+    U32 eyeCatcher_ = TRIE_NODE_EYECATCHER;
+    bool partitionNode_;
+    bool fibRoute_;
+    U32 routeCount_ = 0;
+    U32 partitionRouteCount_ = 0;
+    Node* parent_ = nullptr;
+    std::array<Node*, 2> bitNode_{};
+    Vexo::Ptr<Nimbal::IpGenPrefixRef> prefixRef_;
+    PartitionId::Ptr partitionId_;
+    PendingState pendingState_;
+    U32 hwTable_;
+};
+
+/** The node's text, or "(nil)". */
+std::ostream& operator<<(std::ostream& out, Node const* node);
+
+}  // namespace LpmTrie

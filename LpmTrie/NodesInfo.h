@@ -1,0 +1,133 @@
+#pragma once
+
+#include <LpmTrie/LpmTrieTypes.h>
+#include <Nimbal/IpGenPrefixRef.h>
+#include <Vexo/HashMap.h>
+
+#include <iosfwd>
+
+namespace LpmTrie {
+
+/**
+ * A route that has moved from one partition to another. Shares the node's own prefix holder and
+ * both partition ids and keeps them alive; any may be null, but a record needs its prefix to be
+ * hashed or ordered.
+ */
+class TrieNodeInfo {
+public:
+    static constexpr auto fields() {
+        using Vexo::Served;
+        return std::tuple{
+            Vexo::field("prefixRef", &TrieNodeInfo::prefixRef_, Served::readWrite),
+            Vexo::field("oldPartitionId", &TrieNodeInfo::oldPartitionId_, Served::readWrite),
+            Vexo::field("newPartitionId", &TrieNodeInfo::newPartitionId_, Served::readWrite)};
+    }
+    static Vexo::FwkType const fwkType_;
+
+    using PrefixRef = Vexo::Ptr<Nimbal::IpGenPrefixRef const>;
+
+    TrieNodeInfo() noexcept = default;
+    TrieNodeInfo(PrefixRef prefixRef, PartitionId::Ptr oldPartitionId,
+                 PartitionId::Ptr newPartitionId) noexcept
+        : prefixRef_(std::move(prefixRef)),
+          oldPartitionId_(std::move(oldPartitionId)),
+          newPartitionId_(std::move(newPartitionId)) {}
+    /** Reads the text form: a new prefix holder is made, ids must name living objects. */
+    explicit TrieNodeInfo(Vexo::CharRange& range);
+
+    PrefixRef const& prefixRef() const noexcept { return prefixRef_; }
+    PartitionId::Ptr const& oldPartitionId() const noexcept { return oldPartitionId_; }
+    PartitionId::Ptr const& newPartitionId() const noexcept { return newPartitionId_; }
+    void prefixRefIs(PrefixRef prefixRef) noexcept { prefixRef_.swap(prefixRef); }
+    void oldPartitionIdIs(PartitionId::Ptr id) noexcept { oldPartitionId_.swap(id); }
+    void newPartitionIdIs(PartitionId::Ptr id) noexcept { newPartitionId_.swap(id); }
+
+    /** Of the prefix alone: all records of one prefix share it. */
+    U32 hash() const noexcept;
+    explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
+    /** The same three objects, not equal ones. */
+    bool operator==(TrieNodeInfo const& other) const noexcept {
+        return Vexo::recordsEqual(*this, other);
+    }
+    /** By prefix alone: two unequal records of one prefix are unordered. */
+    bool operator<(TrieNodeInfo const& other) const noexcept {
+        return prefixRef_->prefix() < other.prefixRef_->prefix();
+    }
+
+private:
+    PrefixRef prefixRef_;
+    PartitionId::Ptr oldPartitionId_;
+    PartitionId::Ptr newPartitionId_;
+};
+
+std::ostream& operator<<(std::ostream& out, TrieNodeInfo const& info);
+
+/**
+ * The moved routes of one change or several: the client makes it, passes it to the partition
+ * operations, reads it and clears or drops it; the trie only adds. The order of entries carries no
+ * meaning, and a change of the collection ends iterators and references into it. Not locked.
+ */
+class TrieNodesInfo : public Vexo::PtrInterface, public Vexo::TrackedAllocation<TrieNodesInfo> {
+public:
+    using Ptr = Vexo::Ptr<TrieNodesInfo>;
+
+    class VexoNodeInfo {
+    public:
+        VexoNodeInfo(TrieNodeInfo key, bool value) noexcept : key_(std::move(key)), value_(value) {}
+        TrieNodeInfo const& key() const noexcept { return key_; }
+        bool value() const noexcept { return value_; }
+        void valueIs(bool value) noexcept { value_ = value; }
+
+    private:
+        TrieNodeInfo key_;
+        bool value_;
+    };
+
+    /** How the map finds an entry. */
+    struct Keys {
+        using Key = TrieNodeInfo;
+        static U32 hash(TrieNodeInfo const& key) noexcept { return key.hash(); }
+        static TrieNodeInfo const& key(VexoNodeInfo const& entry) noexcept { return entry.key(); }
+        static bool matches(VexoNodeInfo const& entry, TrieNodeInfo const& probe) noexcept {
+            return order(nullptr, probe, entry) == 0;
+        }
+        /**
+         * Of the key of `first`, or of `probe` when `first` is null, to that of `second`: 0 equal,
+         * 1 less, 2 neither.
+         */
+        static U32 order(VexoNodeInfo const* first, TrieNodeInfo const& probe,
+                         VexoNodeInfo const& second) noexcept;
+    };
+    using Map = Vexo::HashMap<VexoNodeInfo, Keys>;
+
+    TrieNodesInfo() = default;
+    /** An empty collection with notification on. */
+    static Ptr TrieNodesInfoIs();
+
+    Vexo::FwkType const* fwkType() const override;
+
+    /** All entries, for iteration. */
+    Map const& nodeInfo() const noexcept { return nodeInfo_; }
+    /** The entry's value; false when there is no such entry. */
+    bool nodeInfo(TrieNodeInfo const& info) const;
+    /**
+     * Sets the value of the equal entry or adds one. Throws std::bad_alloc and changes nothing
+     * then.
+     */
+    void nodeInfoIs(TrieNodeInfo const& info, bool value);
+    /** True when there was such an entry. */
+    bool nodeInfoDel(TrieNodeInfo const& info);
+    void nodeInfoDelAll() noexcept;
+    /** After it the next `more` additions do not throw. Throws std::bad_alloc. */
+    void nodeInfoReserve(std::size_t more) { nodeInfo_.reserve(more); }
+
+    static Vexo::FwkType const fwkType_;
+
+private:
+    Map nodeInfo_;
+};
+
+/** An empty collection with notification on. */
+TrieNodesInfo::Ptr trieNodesInfoFactory();
+
+}  // namespace LpmTrie

@@ -1,0 +1,172 @@
+#pragma once
+
+#include <LpmTrie/LpmTrieTypes.h>
+
+#include <iosfwd>
+
+namespace LpmTrie {
+
+class Node;
+
+/*
+ * The records that the trie's operations return. They own nothing: a node pointer in them is good
+ * until the trie changes next. None has a hash. Deliberate: the text form leaves pointers out while
+ * the parser wants every field in the full frame, so a printed record does not read back.
+ */
+
+/** What an insertion or a search found: each operation tells what its fields mean there. */
+class TrieReturnCode {
+public:
+    static constexpr auto fields() {
+        using Vexo::Served;
+        return std::tuple{
+            Vexo::field("node", &TrieReturnCode::node_, Served::no),
+            Vexo::field("partitionNode", &TrieReturnCode::partitionNode_, Served::no),
+            Vexo::field("coveringPrefixNode", &TrieReturnCode::coveringPrefixNode_, Served::no),
+            Vexo::field("dirty", &TrieReturnCode::dirty, Served::readWrite)};
+    }
+    static Vexo::FwkType const fwkType_;
+
+    constexpr TrieReturnCode() noexcept = default;
+    constexpr TrieReturnCode(Node* node, Node* partitionNode, Node* coveringPrefixNode,
+                             bool isDirty) noexcept
+        : node_(node),
+          partitionNode_(partitionNode),
+          coveringPrefixNode_(coveringPrefixNode),
+          dirty(isDirty) {}
+    explicit TrieReturnCode(Vexo::CharRange& range);
+
+    Node* node() const noexcept { return node_; }
+    Node* partitionNode() const noexcept { return partitionNode_; }
+    Node* coveringPrefixNode() const noexcept { return coveringPrefixNode_; }
+    void nodeIs(Node* node) & noexcept { node_ = node; }
+    void partitionNodeIs(Node* node) & noexcept { partitionNode_ = node; }
+    void coveringPrefixNodeIs(Node* node) & noexcept { coveringPrefixNode_ = node; }
+
+    explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
+    bool operator==(TrieReturnCode const& other) const noexcept {
+        return Vexo::recordsEqual(*this, other);
+    }
+
+private:
+    Node* node_ = nullptr;
+    Node* partitionNode_ = nullptr;
+    Node* coveringPrefixNode_ = nullptr;
+
+public:
+    bool dirty = false;
+};
+
+/** What a removal left: the node that stays, or null, and whether the prefix's node has gone. */
+class TrieNodeReturnCode {
+public:
+    static constexpr auto fields() {
+        using Vexo::Served;
+        return std::tuple{Vexo::field("node", &TrieNodeReturnCode::node_, Served::no),
+                          Vexo::field("success", &TrieNodeReturnCode::success, Served::readWrite)};
+    }
+    static Vexo::FwkType const fwkType_;
+
+    constexpr TrieNodeReturnCode() noexcept = default;
+    constexpr TrieNodeReturnCode(Node* node, bool hasSucceeded) noexcept
+        : node_(node), success(hasSucceeded) {}
+    explicit TrieNodeReturnCode(Vexo::CharRange& range);
+
+    Node* node() const noexcept { return node_; }
+    void nodeIs(Node* node) & noexcept { node_ = node; }
+
+    explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
+    bool operator==(TrieNodeReturnCode other) const noexcept {
+        return Vexo::recordsEqual(*this, other);
+    }
+
+private:
+    Node* node_ = nullptr;
+
+public:
+    bool success = false;
+};
+
+/**
+ * One step of a walk: the node reached, how it hangs from its parent (0, 1; 3: it does not), and
+ * its level.
+ */
+class TrieTraversalReturnCode {
+public:
+    static constexpr auto fields() {
+        using Vexo::Served;
+        return std::tuple{Vexo::field("node", &TrieTraversalReturnCode::node_, Served::no),
+                          Vexo::field("bit", &TrieTraversalReturnCode::bit, Served::readOnly),
+                          Vexo::field("level", &TrieTraversalReturnCode::level, Served::readOnly)};
+    }
+    static Vexo::FwkType const fwkType_;
+
+    constexpr TrieTraversalReturnCode() noexcept = default;
+    constexpr TrieTraversalReturnCode(Node* node, U32 hangsByBit, U32 atLevel) noexcept
+        : node_(node), bit(hangsByBit), level(atLevel) {}
+    explicit TrieTraversalReturnCode(Vexo::CharRange& range);
+
+    Node* node() const noexcept { return node_; }
+    void nodeIs(Node* node) & noexcept { node_ = node; }
+
+    explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
+    bool operator==(TrieTraversalReturnCode const& other) const noexcept {
+        return Vexo::recordsEqual(*this, other);
+    }
+
+private:
+    Node* node_ = nullptr;
+
+public:
+    U32 bit = 0;
+    U32 level = 0;
+};
+
+/**
+ * A merge that a search proposes: from which partition node into which node; both null for none.
+ */
+class TrieFindMergeReturnCode {
+public:
+    static constexpr auto fields() {
+        using Vexo::Served;
+        return std::tuple{Vexo::field("fromNode", &TrieFindMergeReturnCode::fromNode_, Served::no),
+                          Vexo::field("toNode", &TrieFindMergeReturnCode::toNode_, Served::no),
+                          Vexo::field("dirty", &TrieFindMergeReturnCode::dirty, Served::readWrite)};
+    }
+    static Vexo::FwkType const fwkType_;
+
+    constexpr TrieFindMergeReturnCode() noexcept = default;
+    explicit TrieFindMergeReturnCode(Vexo::CharRange& range);
+
+    Node* fromNode() const noexcept { return fromNode_; }
+    Node* toNode() const noexcept { return toNode_; }
+    void fromNodeIs(Node* node) & noexcept { fromNode_ = node; }
+    void toNodeIs(Node* node) & noexcept { toNode_ = node; }
+
+    explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
+    bool operator==(TrieFindMergeReturnCode const& other) const noexcept {
+        return Vexo::recordsEqual(*this, other);
+    }
+
+private:
+    Node* fromNode_ = nullptr;
+    Node* toNode_ = nullptr;
+
+public:
+    bool dirty = false;
+};
+
+std::ostream& operator<<(std::ostream& out, TrieReturnCode const& code);
+std::ostream& operator<<(std::ostream& out, TrieNodeReturnCode const& code);
+std::ostream& operator<<(std::ostream& out, TrieTraversalReturnCode const& code);
+std::ostream& operator<<(std::ostream& out, TrieFindMergeReturnCode const& code);
+
+}  // namespace LpmTrie
+
+namespace Vexo {
+
+/** Reads a pointer as a number: the node is never looked at. */
+template <>
+LpmTrie::Node* deserializeAttr<LpmTrie::Node*>(CharRange& range, char const* fieldName);
+
+}  // namespace Vexo

@@ -1,0 +1,258 @@
+#pragma once
+
+#include <LpmTrie/LpmTrieNode.h>
+#include <LpmTrie/NodesInfo.h>
+#include <LpmTrie/ReturnCodes.h>
+
+namespace LpmTrie {
+
+/**
+ * One trie of the prefixes of one address family and one routing instance, divided into partitions.
+ *
+ * The trie owns its nodes, but its destructor frees none: emptying it is the client's business
+ * (`remove`, or `removeAll` of RouteQueries.h). A client may derive from it and override
+ * `allocateNode` and `deallocateNode` together, `movedNode` and `verifyNodeProperties`; the other
+ * virtual operations are not meant to be overridden. Hooks must not call back into an operation
+ * that is changing the trie.
+ *
+ * Misuse and broken invariants are fatal assertions; searches that find nothing return null nodes.
+ * An operation that throws (memory, a client's `allocateNode`, an address bit beyond 127) leaves
+ * the trie as it was. Only a `movedNode` hook is different: the operation completes, all reports
+ * are made, and then the first exception reaches the caller. `deallocateNode` must not throw.
+ *
+ * Not locked: one thread at a time works on one trie.
+ */
+class Trie : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Trie> {
+public:
+    using Ptr = Vexo::Ptr<Trie>;
+
+    explicit Trie(U32 vrfId) noexcept : vrfId_(vrfId) {}
+    /** A new, empty trie with notification on. */
+    static Ptr TrieIs(U32 vrfId);
+
+    Vexo::FwkType const* fwkType() const override;
+    ~Trie() override;
+
+    // Virtual operations, in the order of their slots.
+
+    /** Makes a node that nothing is linked to. Never returns null; may throw. */
+    virtual Node* allocateNode(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute,
+                               bool partitionNode, PartitionId::Ptr const& partitionId,
+                               U32 hwTable);
+    /**
+     * Frees an internal node; a route or partition node must have lost its flags. Must not throw.
+     */
+    virtual void deallocateNode(Node* node);
+    /**
+     * Places `newPrefix` as a FIB route, as a partition node or as both, descending from
+     * `fromPartitionNode`, which covers it, or from the root when that is null. A route inserted
+     * from a start node carries that node's own id object and table. Returns the prefix's node and,
+     * for a partition, the node again and the FIB route that covers it.
+     */
+    virtual TrieReturnCode insert(Nimbal::IpGenPrefix const& newPrefix, Node* fromPartitionNode,
+                                  bool fibRoute, bool partitionNode,
+                                  PartitionId::Ptr const& partitionId, U32 hwTable);
+    virtual TrieReturnCode insertFromRoot(Nimbal::IpGenPrefix const& newPrefix, bool fibRoute,
+                                          bool partitionNode, PartitionId::Ptr const& partitionId,
+                                          U32 hwTable);
+    /**
+     * Hook: the route at `node` has left `oldPartitionId`; it carries its new id and table already.
+     */
+    virtual void movedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32 oldHwTable);
+    /**
+     * Descends along `prefix`. `node` is where the walk stopped: the exact match, else the deepest
+     * covering node, else the first node on the path that the prefix does not reach.
+     * `partitionNode` is the deepest partition node that covers the prefix; with
+     * `includePendingRmPartition` a node that is pending removal counts as one.
+     * `coveringPrefixNode` is the FIB route at or above that partition node: not the longest match
+     * of the prefix, deliberately.
+     */
+    virtual TrieReturnCode findPartitionNode(Nimbal::IpGenPrefix const& prefix,
+                                             bool includePendingRmPartition);
+    virtual void verifyFibRoute(Node* node, Node* partitionNode);
+    virtual void verifyFibRoutes(Node* node);
+    virtual void verifyPartition(Node* node);
+    /** Hook for checks of a client's own node data; does nothing. */
+    virtual void verifyNodeProperties(Node* node);
+    /** Checks every invariant of the whole trie; the first violation is fatal. Changes nothing. */
+    virtual void verify();
+    /** Writes at most `dumpLimit` nodes in pre-order to the file descriptor `socket`. */
+    virtual void dump(U32 socket);
+
+    // The object's own attributes.
+
+    U32 vrfId() const noexcept { return vrfId_; }
+    /** The most nodes that `dump` writes. */
+    U32 dumpLimit() const noexcept { return dumpLimit_; }
+    void dumpLimitIs(U32 limit) noexcept { dumpLimit_ = limit; }
+    /** The family of every prefix in the trie; to be set before the first insertion. */
+    Nimbal::AddressFamily af() const noexcept { return af_; }
+    void afIs(Nimbal::AddressFamily af) noexcept { af_ = af; }
+    Node* root() const noexcept { return root_; }
+    /** Sets the root without any check or counter work. */
+    void rootIs(Node* root) noexcept { root_ = root; }
+
+    // Insertion's last step and the route counters.
+
+    /** Gives a node that insertion has placed the role asked for, and does the route accounting. */
+    void updateNode(Node* node, bool fibRoute, Node* fromPartitionNode, bool partitionNode,
+                    bool newNode);
+    /** `routeCount` of every proper ancestor of `node` goes up or down by 1. */
+    void updateParentRouteCount(Node* node, bool incr);
+    /**
+     * `partitionRouteCount` of `node` and upwards, to the nearest partition node, changes by
+     * `value`.
+     */
+    void updatePartitionRouteCount(Node* node, bool incr, U32 value);
+    /** Adds a partition node's routes to the partition above it; its own flag and counters stay. */
+    void mergePartitionNodeCount(Node* node);
+    /** Takes the route at `node` out of both counters on its path to the root. */
+    void decRouteCounters(Node* node);
+
+    // Lookup and traversal.
+
+    /**
+     * A result for `node`, with `partitionNode` and the FIB route that covers it when that is not
+     * null.
+     */
+    TrieReturnCode setTrieRc(Node* node, Node* partitionNode);
+    /** The nearest FIB route at or above `node`, or null. */
+    Node* getClosestFibRouteNode(Node* node) const;
+    /**
+     * The node after `startNode` in pre-order within the subtree whose parent is `stopNode`,
+     * children that are partition nodes or FIB routes skipped with all below them when asked. Null
+     * `startNode`: the root. `bit`: how the node hangs from its parent, or 3; `level`: relative to
+     * the caller's.
+     */
+    TrieTraversalReturnCode preorderNextNode(Node* stopNode, Node* startNode, U32 level,
+                                             bool stopAtPartitionNode, bool stopAtFibRoute);
+    /** The next subtree to the right of `startNode` below its ancestor `stopNode`, or null. */
+    TrieReturnCode findNextRightNode(Node* startNode, Node* stopNode);
+
+    // Removal.
+
+    /**
+     * Takes the FIB route `prefix` out. Null and false when there is no node with that very prefix.
+     */
+    TrieNodeReturnCode remove(Nimbal::IpGenPrefix const& prefix);
+    /**
+     * Takes the node's route out, its partition flag too when `removePartition`, and then every
+     * node upwards that serves nothing any more. Returns the node and false when it stays as a
+     * partition node or as pending removal; else null and true.
+     */
+    TrieNodeReturnCode removeNode(Node* node, bool removePartition);
+
+    // Partitions.
+
+    /**
+     * Records that the FIB route at `node` left `oldPartitionId`, or calls `movedNode` when
+     * `movedNodes` is null. False, and nothing done, for a node without a route.
+     */
+    bool addMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId,
+                      TrieNodesInfo::Ptr const& movedNodes);
+    /**
+     * Gives the id of `fromNode` to the routes of its table below it, nested partitions left out.
+     */
+    void updatePartitionId(Node* fromNode, TrieNodesInfo::Ptr const& movedNodes);
+    /** Counts a new partition, takes the count off the one above, and labels the routes below. The
+     *  node's own route is not counted when `newNode`. */
+    void updateNewPartition(Node* partitionNode, TrieNodesInfo::Ptr const& movedNodes,
+                            bool newNode);
+    /**
+     * Dissolves the partition at `fromPartitionNode` into the one at `toPartitionNode`, above it
+     * and of the same table; that node becomes a partition first if it is none and
+     * `createNewPartition`.
+     */
+    void mergePartition(Node* fromPartitionNode, Node* toPartitionNode,
+                        PartitionId::Ptr const& toPartitionId, bool createNewPartition,
+                        TrieNodesInfo::Ptr const& movedNodes);
+
+    // Searches for split points and merge targets. They only read.
+
+    /** A partition node, or one whose removal is pending. */
+    bool isPartitionNode(Node* node);
+    bool checkValidPartitionMergeNode(Node* candidateNode, U32 sHwTable, U32 maxPartitionCount);
+    /**
+     * The highest node between the two that can root a new partition with the candidate's routes.
+     */
+    TrieFindMergeReturnCode findMergeToNode(Node* candidatePartitionNode, Node* srcPartitionNode,
+                                            U32 maxPartitionCount);
+    /**
+     * The first partition nested in the source that can be merged: into it, or into a new one
+     * between.
+     */
+    TrieFindMergeReturnCode findMergeNodeViaPartitionRedistribution(Node* srcPartitionNode,
+                                                                    U32 maxPartitionCount,
+                                                                    bool toSrcPartition);
+    /** Where to split so that the piece cut off holds about `splitCount` routes. */
+    TrieReturnCode findMergeNodeViaSplitCount(Node* srcPartitionNode, U32 splitCount,
+                                              bool disallowSplitOnParent);
+    /**
+     * The node above `srcNode` that its partition can be merged into without exceeding
+     * `maxEntries`.
+     */
+    TrieReturnCode findParentNodeToMerge(Node* srcNode, U32 maxEntries);
+
+    // Dumps to a file descriptor, beside `dump`. Without limit.
+
+    /** The partition nodes and those pending partition removal. */
+    void dumpPartition(U32 socket);
+    /** The node found for `prefix` and those that follow it. */
+    void dumpPrefix(U32 socket, Nimbal::IpGenPrefix const& prefix);
+
+    static Vexo::FwkType const fwkType_;
+
+private:
+    struct Insertion;
+    class DescentCount;
+    class HookCall;
+    class HookErrors;
+
+    Node* makeNode(Nimbal::IpGenPrefix const& prefix, bool fibRoute, bool partitionNode,
+                   PartitionId::Ptr const& partitionId, U32 hwTable);
+    Node* makeNode(Insertion const& insertion);
+    void freeNode(Node* node) noexcept;
+    void hangUnder(Node* parent, U32 bit, Node* node);
+
+    Node* place(Insertion const& insertion, HookErrors& errors);
+    Node* placeRoot(Insertion const& insertion, HookErrors& errors);
+    Node* placeChild(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);
+    Node* placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
+                      HookErrors& errors);
+    Node* placeParent(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);
+    Node* placeAgain(Insertion const& insertion, Node* current, HookErrors& errors);
+    void giveRole(Node* node, Insertion const& insertion, bool newNode, HookErrors& errors);
+    void giveRole(Node* node, bool fibRoute, Node* fromPartitionNode, bool partitionNode,
+                  bool newNode, HookErrors& errors);
+
+    void compact(Node* node);
+    void callMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32 oldHwTable);
+    void report(Node* node, PartitionId::Ptr const& oldPartitionId,
+                TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
+    void relabel(Node* fromNode, TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
+    void createForMerge(Node* toPartitionNode, PartitionId::Ptr const& toPartitionId,
+                        TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
+    void dissolve(Node* fromPartitionNode, PartitionId::Ptr const& toPartitionId,
+                  TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
+    void startPartition(Node* partitionNode, TrieNodesInfo::Ptr const& movedNodes, bool newNode,
+                        HookErrors& errors);
+
+    TrieFindMergeReturnCode redistribute(Node* node, Node* srcPartitionNode, U32 maxPartitionCount,
+                                         bool toSrcPartition);
+    Node* childWithMoreRoutes(Node* node);
+    Node* parentMergeNode(Node* srcNode, U32 maxEntries);
+
+    void verifyShape(Node* current);
+    void verifyCounters(Node* current);
+
+    U32 const vrfId_;
+    U32 dumpLimit_ = 200000;
+    Nimbal::AddressFamily af_ = Nimbal::AddressFamily::none;
+    Node* root_ = nullptr;
+    bool hookRunning_ = false;
+};
+
+/** A new, empty trie with notification on. */
+Trie::Ptr trieFactory(U32 vrfId);
+
+}  // namespace LpmTrie

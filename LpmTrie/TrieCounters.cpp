@@ -1,0 +1,88 @@
+/*
+ * The two route counters. With f = 1 for a node that is a FIB route and 0 otherwise, at every node
+ *
+ *   routeCount          = f + the children's routeCount
+ *   partitionRouteCount = f + the partitionRouteCount of those children that are no partition nodes
+ *
+ * A change climbs from the node to the root for the first, and up to and including the nearest
+ * partition node for the second. A failed check leaves what was changed below it changed.
+ */
+
+#include <LpmTrie/Module.h>
+#include <LpmTrie/Trie.h>
+
+namespace LpmTrie {
+
+void Trie::updateParentRouteCount(Node* node, bool incr) {
+    static constexpr char const* signature =
+        "void LpmTrie::Trie::updateParentRouteCount(LpmTrie::Node*, bool)";
+    LPM_TRACE(8, signature, node, " incr:", incr);
+    LPM_ASSERT_NOT_IN_HOOK();
+    if (node == nullptr) {
+        return;
+    }
+    for (Node* above = node->parent(); above != nullptr; above = above->parent()) {
+        if (incr) {
+            above->routeCountInc(1);
+        } else {
+            above->routeCountDec(1);
+        }
+    }
+}
+
+void Trie::updatePartitionRouteCount(Node* node, bool incr, U32 value) {
+    static constexpr char const* signature =
+        "void LpmTrie::Trie::updatePartitionRouteCount(LpmTrie::Node*, bool, U32)";
+    LPM_TRACE(8, signature, node);
+    LPM_ASSERT_NOT_IN_HOOK();
+    if (value == 0) {
+        LPM_TRACE(7, "nothing to be done");
+        return;
+    }
+    for (; node != nullptr; node = node->parent()) {
+        LPM_TRACE(7,
+                  incr ? "incrementing partitionCount for node:"
+                       : "decrementing partitionCount for node:",
+                  node, " value:", value);
+        if (incr) {
+            node->partitionRouteCountInc(value);
+        } else {
+            node->partitionRouteCountDec(value);
+        }
+        if (node->partitionNode()) {
+            return;
+        }
+    }
+}
+
+void Trie::mergePartitionNodeCount(Node* node) {
+    static constexpr char const* signature =
+        "void LpmTrie::Trie::mergePartitionNodeCount(LpmTrie::Node*)";
+    LPM_SASSERT(node->partitionNode(), node);
+    LPM_TRACE(8, signature, node);
+    LPM_ASSERT_NOT_IN_HOOK();
+    U32 const value = node->partitionRouteCount();
+    for (Node* above = node->parent(); above != nullptr; above = above->parent()) {
+        above->partitionRouteCountInc(value);
+        if (above->partitionNode()) {
+            return;
+        }
+    }
+}
+
+void Trie::decRouteCounters(Node* node) {
+    static constexpr char const* signature = "void LpmTrie::Trie::decRouteCounters(LpmTrie::Node*)";
+    LPM_SASSERT(node->fibRoute(), node);
+    LPM_TRACE(8, signature, node);
+    LPM_ASSERT_NOT_IN_HOOK();
+    bool boundaryPassed = false;
+    for (; node != nullptr; node = node->parent()) {
+        if (!boundaryPassed) {
+            node->partitionRouteCountDec(1);
+            boundaryPassed = node->partitionNode();
+        }
+        node->routeCountDec(1);
+    }
+}
+
+}  // namespace LpmTrie

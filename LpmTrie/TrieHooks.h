@@ -1,0 +1,47 @@
+#pragma once
+
+/* How the trie calls a client's hooks. Private to this folder's sources. */
+
+#include <LpmTrie/Trie.h>
+
+#include <exception>
+#include <utility>
+
+namespace LpmTrie {
+
+/** Marks that a hook runs, so that one which changes the trie is found out in debug builds. */
+class Trie::HookCall {
+public:
+    explicit HookCall(Trie& trie) noexcept
+        : trie_(trie), before_(std::exchange(trie.hookRunning_, true)) {}
+    HookCall(HookCall const&) = delete;
+    HookCall& operator=(HookCall const&) = delete;
+    ~HookCall() { trie_.hookRunning_ = before_; }
+
+private:
+    Trie& trie_;
+    bool const before_;
+};
+
+/**
+ * The first exception of the hooks that one operation calls, kept until the operation is complete.
+ */
+class Trie::HookErrors {
+public:
+    /** To be called while an exception is being handled. */
+    void keepCurrent() noexcept {
+        if (!first_) {
+            first_ = std::current_exception();
+        }
+    }
+    void rethrow() const {
+        if (first_) {
+            std::rethrow_exception(first_);
+        }
+    }
+
+private:
+    std::exception_ptr first_;
+};
+
+}  // namespace LpmTrie

@@ -1,0 +1,219 @@
+/*
+ * Insertion. The trie is path-compressed: a node stands only for an inserted prefix or where two
+ * subtrees part, so an insertion makes at most two nodes. The descent ends in one of five ways:
+ *
+ *   root     the trie was empty: the new node is the root
+ *   again    a node holds the prefix already: it takes the role, and no node is made
+ *   child    the deepest covering node has a free slot in the prefix's direction
+ *   parent   the new prefix covers the node reached: it is put in above it
+ *   branch   prefix and node part inside the node's prefix: an internal node joins the two
+ *
+ * `routeCount` goes up on the way down, on each strictly covering node passed, so that no second
+ * pass is needed; nodes above a given start node are counted by the role's accounting. Whatever can
+ * throw (holders, nodes, an address bit that does not exist) comes before the first link, and the
+ * counts of the way down are taken back if it does, so a failed insertion leaves no mark.
+ */
+
+#include <LpmTrie/Module.h>
+#include <LpmTrie/PrefixBits.h>
+#include <LpmTrie/Trie.h>
+#include <LpmTrie/TrieHooks.h>
+
+namespace LpmTrie {
+
+namespace {
+constexpr char const* signature =
+    "virtual LpmTrie::TrieReturnCode LpmTrie::Trie::insert(const Nimbal::IpGenPrefix&, "
+    "LpmTrie::Node*, bool, bool, const Ptr&, U32)";
+}
+
+/** The arguments of one insertion. */
+struct Trie::Insertion {
+    Nimbal::IpGenPrefix const& newPrefix;
+    Node* fromPartitionNode;
+    bool fibRoute;
+    bool partitionNode;
+    PartitionId::Ptr const& partitionId;
+    U32 hwTable;
+};
+
+/** The route counts of the way down, taken back when the insertion fails after all. */
+class Trie::DescentCount {
+public:
+    DescentCount(Node* start, bool counting) noexcept : start_(start), counting_(counting) {}
+    DescentCount(DescentCount const&) = delete;
+    DescentCount& operator=(DescentCount const&) = delete;
+    ~DescentCount() {
+        for (Node* node = last_; node != nullptr;
+             node = node == start_ ? nullptr : node->parent()) {
+            node->routeCountDec(1);
+        }
+    }
+
+    void passed(Node* node) {
+        if (counting_) {
+            node->routeCountInc(1);
+            last_ = node;
+        }
+    }
+    void keep() noexcept { last_ = nullptr; }
+
+private:
+    Node* const start_;
+    bool const counting_;
+    Node* last_ = nullptr;
+};
+
+TrieReturnCode Trie::insertFromRoot(Nimbal::IpGenPrefix const& newPrefix, bool fibRoute,
+                                    bool partitionNode, PartitionId::Ptr const& partitionId,
+                                    U32 hwTable) {
+    return insert(newPrefix, nullptr, fibRoute, partitionNode, partitionId, hwTable);
+}
+
+TrieReturnCode Trie::insert(Nimbal::IpGenPrefix const& newPrefix, Node* fromPartitionNode,
+                            bool fibRoute, bool partitionNode, PartitionId::Ptr const& partitionId,
+                            U32 hwTable) {
+    LPM_TRACE(8, signature, " prefix:", newPrefix, " fromPartitionNode:", fromPartitionNode,
+              " fibRoute:", fibRoute, " partitionNode:", partitionNode,
+              " partitionId:", partitionId.get(), " hwTable:", hwTable);
+    LPM_ASSERT_NOT_IN_HOOK();
+    LPM_SASSERT(af() == newPrefix.af(), "Trie af:", af(), " newPrefix:", newPrefix.af());
+    LPM_SASSERT(fibRoute || partitionNode, "fibRoute:", fibRoute,
+                " partitionNode:", partitionNode);
+    Insertion const insertion{newPrefix,     fromPartitionNode, fibRoute,
+                              partitionNode, partitionId,       hwTable};
+    HookErrors errors;
+    Node* const node = root_ == nullptr ? placeRoot(insertion, errors) : place(insertion, errors);
+    errors.rethrow();
+    return setTrieRc(node, partitionNode ? node : nullptr);
+}
+
+Node* Trie::place(Insertion const& insertion, HookErrors& errors) {
+    Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
+    Node* const fromPartitionNode = insertion.fromPartitionNode;
+    Node* current = fromPartitionNode != nullptr ? fromPartitionNode : root_;
+    U32 commonLen = current->commonLen(newPrefix);
+    LPM_SASSERT(fromPartitionNode == nullptr || commonLen == fromPartitionNode->len(),
+                " start node ", fromPartitionNode, " does not cover prefix ", newPrefix);
+    DescentCount count(current, insertion.fibRoute);
+    U32 bit = 0;
+    while (commonLen == current->len()) {
+        if (commonLen == newPrefix.len()) {
+            Node* const node = placeAgain(insertion, current, errors);
+            count.keep();
+            return node;
+        }
+        LPM_TRACE(7, " node ", current, ", commonLen ", commonLen);
+        count.passed(current);
+        bit = newPrefix.bit(commonLen);
+        LPM_TRACE(7, " bit ", bit);
+        if (current->bitNode(bit) == nullptr) {
+            Node* const node = placeChild(insertion, current, bit, errors);
+            count.keep();
+            return node;
+        }
+        current = current->bitNode(bit);
+        commonLen = current->commonLen(newPrefix);
+    }
+    Node* const node = commonLen == newPrefix.len()
+                           ? placeParent(insertion, current, bit, errors)
+                           : placeBranch(insertion, current, bit, commonLen, errors);
+    count.keep();
+    return node;
+}
+
+Node* Trie::placeRoot(Insertion const& insertion, HookErrors& errors) {
+    Node* const fromPartitionNode = insertion.fromPartitionNode;
+    LPM_SASSERT(fromPartitionNode == 0, " fromPartitionNode:",
+                static_cast<void const*>(fromPartitionNode));
+    hangUnder(nullptr, 0, makeNode(insertion));
+    LPM_TRACE(7, "created root ", root_);
+    giveRole(root_, insertion, true, errors);
+    return root_;
+}
+
+Node* Trie::placeAgain(Insertion const& insertion, Node* current, HookErrors& errors) {
+    LPM_TRACE(7, "Update existing node ", current);
+    if (insertion.fibRoute) {
+        LPM_SASSERT(!current->fibRoute(), " node ", current);
+    }
+    if (insertion.partitionNode) {
+        LPM_SASSERT(!current->partitionNode(), " node ", current);
+    }
+    current->partitionIdIs(insertion.partitionId);
+    current->hwTableIs(insertion.hwTable);
+    giveRole(current, insertion, false, errors);
+    return current;
+}
+
+Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors) {
+    if (current->bitNode(bit) != nullptr) [[unlikely]] {
+        LPM_SASSERT(false, "Should have space for new prefix", insertion.newPrefix, "in", current);
+    }
+    Node* const newNode = makeNode(insertion);
+    hangUnder(current, bit, newNode);
+    LPM_TRACE(7, " created plain child ", newNode, " bit ", bit, " at ", current);
+    giveRole(newNode, insertion, true, errors);
+    return newNode;
+}
+
+Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors) {
+    Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
+    U32 const currentBit = current->prefixRef()->prefix().bit(newPrefix.len());
+    Node* const newNode = makeNode(insertion);
+    hangUnder(current->parent(), bit, newNode);
+    newNode->bitNodeIs(currentBit, current);
+    LPM_TRACE(7, "New node ", newPrefix, " is new parent of current node ", current, " bit ",
+              currentBit);
+    current->parentIs(newNode);
+    // The new node's own route is not counted here: its role does that.
+    newNode->routeCountInc(current->routeCount());
+    if (!current->partitionNode()) {
+        newNode->partitionRouteCountInc(current->partitionRouteCount());
+    }
+    giveRole(newNode, insertion, true, errors);
+    return newNode;
+}
+
+Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
+                        HookErrors& errors) {
+    Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
+    Nimbal::IpGenPrefix const intPrefix = prefixFromLen(newPrefix, commonLen);
+    LPM_TRACE(7, "Need internal node ", intPrefix, " for new node ", newPrefix,
+              " and current node ", current);
+    U32 const currentBit = current->prefixRef()->prefix().bit(commonLen);
+    U32 const aboveTable = current->parent() != nullptr ? current->parent()->hwTable() : 0;
+    Node* const newNode = makeNode(insertion);
+    Node* intNode = nullptr;
+    try {
+        intNode = makeNode(intPrefix, false, false, nullptr, aboveTable);
+    } catch (...) {
+        newNode->fibRouteIs(false);
+        newNode->partitionNodeIs(false);
+        freeNode(newNode);
+        throw;
+    }
+    hangUnder(current->parent(), bit, intNode);
+    hangUnder(intNode, currentBit, current);
+    hangUnder(intNode, 1 - currentBit, newNode);
+    intNode->routeCountInc(current->routeCount() + (insertion.fibRoute ? 1 : 0));
+    if (!current->partitionNode()) {
+        intNode->partitionRouteCountInc(current->partitionRouteCount());
+    }
+    giveRole(newNode, insertion, true, errors);
+    LPM_TRACE(7, " created int node ", intNode);
+    LPM_TRACE(7, " created new Node ", newNode);
+    return newNode;
+}
+
+Node* Trie::makeNode(Insertion const& insertion) {
+    return makeNode(insertion.newPrefix, insertion.fibRoute, insertion.partitionNode,
+                    insertion.partitionId, insertion.hwTable);
+}
+
+void Trie::giveRole(Node* node, Insertion const& insertion, bool newNode, HookErrors& errors) {
+    giveRole(node, insertion.fibRoute, insertion.fromPartitionNode, insertion.partitionNode,
+             newNode, errors);
+}
+
+}  // namespace LpmTrie

@@ -1,0 +1,79 @@
+/*
+ * Lookup. The descent along a prefix stops in one of four ways: the trie is empty; the root does
+ * not cover the prefix; a covering node is the exact match or has no child in the prefix's
+ * direction; the next node diverges from the prefix or is longer than it. The deepest partition
+ * node passed is the candidate; the node at which the walk stops counts only when it covers the
+ * prefix.
+ */
+
+#include <LpmTrie/Module.h>
+#include <LpmTrie/Trie.h>
+
+namespace LpmTrie {
+
+TrieReturnCode Trie::setTrieRc(Node* node, Node* partitionNode) {
+    Node* const coveringPrefixNode =
+        partitionNode != nullptr ? getClosestFibRouteNode(partitionNode) : nullptr;
+    return {node, partitionNode, coveringPrefixNode, false};
+}
+
+Node* Trie::getClosestFibRouteNode(Node* node) const {
+    static constexpr char const* signature =
+        "LpmTrie::Node* LpmTrie::Trie::getClosestFibRouteNode(LpmTrie::Node*) const";
+    LPM_TRACE(8, signature, " node:", node);
+    Node* fibRouteNode = node;
+    if (!node->fibRoute()) {
+        do {
+            fibRouteNode = fibRouteNode->parent();
+            if (fibRouteNode == nullptr) {
+                break;
+            }
+            LPM_TRACE(7, "checking parent:", fibRouteNode);
+        } while (!fibRouteNode->fibRoute());
+        if (fibRouteNode != nullptr) {
+            LPM_TRACE(7, "found fibRoute ", fibRouteNode);
+        }
+    }
+    LPM_TRACE(8, signature, " fibRouteNode:", fibRouteNode);
+    return fibRouteNode;
+}
+
+TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
+                                       bool includePendingRmPartition) {
+    static constexpr char const* signature =
+        "virtual LpmTrie::TrieReturnCode LpmTrie::Trie::findPartitionNode(const "
+        "Nimbal::IpGenPrefix&, bool)";
+    LPM_TRACE(8, signature, " prefix:", prefix,
+              " includePendingRmPartition:", includePendingRmPartition);
+    if (root_ == nullptr) {
+        return {};
+    }
+    U32 commonLen = root_->commonLen(prefix);
+    if (commonLen != root_->len()) {
+        return {root_, nullptr, nullptr, false};
+    }
+    Node* current = root_;
+    Node* candidate = nullptr;
+    for (;;) {
+        if (current->partitionNode() ||
+            (includePendingRmPartition && current->pendingState().removePartition())) {
+            candidate = current;
+        }
+        if (commonLen == prefix.len()) {
+            return setTrieRc(current, candidate);
+        }
+        U32 const bit = prefix.bit(commonLen);
+        Node* const child = current->bitNode(bit);
+        if (child == nullptr) {
+            return setTrieRc(current, candidate);
+        }
+        LPM_TRACE(7, " bit ", bit, " current:", child);
+        commonLen = child->commonLen(prefix);
+        if (commonLen != child->len()) {
+            return setTrieRc(child, candidate);
+        }
+        current = child;
+    }
+}
+
+}  // namespace LpmTrie

@@ -1,0 +1,85 @@
+/*
+ * Removal. The counters go first, then the flags, then the shape: from the node upwards every node
+ * that is no route, no partition node, not pending removal of its partition and has fewer than two
+ * children leaves the trie, its only child, if any, taking its place. Counters do not change in
+ * that: a node that leaves carries no route. The partition id is released only for the node named;
+ * the others keep theirs until they are freed.
+ */
+
+#include <LpmTrie/Module.h>
+#include <LpmTrie/Trie.h>
+#include <LpmTrie/TrieHooks.h>
+
+namespace LpmTrie {
+
+namespace {
+constexpr char const* signature =
+    "LpmTrie::TrieNodeReturnCode LpmTrie::Trie::removeNode(LpmTrie::Node*, bool)";
+}
+
+TrieNodeReturnCode Trie::remove(Nimbal::IpGenPrefix const& prefix) {
+    LPM_TRACE(8, "LpmTrie::TrieNodeReturnCode LpmTrie::Trie::remove(const Nimbal::IpGenPrefix&)",
+              " prefix:", prefix);
+    if (root_ == nullptr) {
+        LPM_TRACE(7, "no root");
+        return {};
+    }
+    Node* const node = findPartitionNode(prefix, true).node();
+    if (node == nullptr || node->prefixRef()->prefix() != prefix) {
+        return {};
+    }
+    return removeNode(node, false);
+}
+
+TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
+    LPM_TRACE(8, signature, " node:", node, " removePartition:", removePartition);
+    LPM_ASSERT_NOT_IN_HOOK();
+    if (node->fibRoute()) {
+        decRouteCounters(node);
+        node->fibRouteIs(false);
+    }
+    if (node->partitionNode()) {
+        if (!removePartition) {
+            return {node, false};
+        }
+        LPM_TRACE(7, "removing partition flag of node:", node);
+        node->partitionNodeIs(false);
+        node->pendingStateIs(PendingState());
+    }
+    if (node->pendingState().removePartition()) {
+        return {node, false};
+    }
+    node->partitionIdIs(nullptr);
+    compact(node);
+    return {nullptr, true};
+}
+
+void Trie::compact(Node* node) {
+    while (node->internal() && !node->pendingState().removePartition()) {
+        if (node->bitNode(0) != nullptr && node->bitNode(1) != nullptr) {
+            return;
+        }
+        Node* const parent = node->parent();
+        U32 const childBit = node->bitNode(0) != nullptr ? 0 : 1;
+        Node* const child = node->bitNode(childBit);
+        if (child != nullptr) {
+            LPM_TRACE(7, " reparent child ", child, " from node ", node, ", bit ", childBit, " to ",
+                      parent);
+            child->parentIs(parent);
+        }
+        U32 parentBit = 0;
+        if (parent != nullptr) {
+            parentBit = parent->bitNode(0) == node ? 0 : 1;
+            LPM_TRACE(7, " parent bit ", parentBit, " new child", child);
+            LPM_SASSERT(parent->bitNode( parentBit ) == node, " node:", node, " parent:", parent);
+        }
+        hangUnder(parent, parentBit, child);
+        freeNode(node);
+        if (parent == nullptr) {
+            return;
+        }
+        node = parent;
+    }
+}
+
+}  // namespace LpmTrie
