@@ -1,5 +1,7 @@
 #include <LpmTrie/LpmTrieTypes.h>
+#include <Vexo/Attribute.h>
 #include <Vexo/Hash.h>
+#include <Vexo/Registry.h>
 #include <Vexo/Trace.h>
 
 #include <array>
@@ -31,11 +33,71 @@ constexpr char const* pendingStateFrame = "Value('LpmTrie::PendingState', ** {";
 }  // namespace
 
 constinit Vexo::FwkModule const lpmTrieTypesModule("LpmTrieTypes", source);
-constinit Vexo::FwkType const PartitionId::fwkType_("LpmTrie::PartitionId", lpmTrieTypesModule, 1);
-constinit Vexo::FwkType const PendingState::fwkType_("LpmTrie::PendingState", lpmTrieTypesModule,
-                                                     2);
-constinit Vexo::FwkType const PartitionIdValue::fwkType_("LpmTrie::PartitionIdValue",
-                                                         lpmTrieTypesModule, 3);
+
+namespace {
+
+using namespace Vexo;
+
+constexpr auto numberAttributes =
+    joinRows(recordAttributes<PartitionIdValue>(),
+             std::array{valueAttribute<&PartitionIdValue::hash>("hash")});
+constexpr ValueOps numberOps = valueOps<PartitionIdValue>();
+constexpr Attribute numberConstructor =
+    functionAttribute<&construct<PartitionIdValue, U32>>("PartitionIdValue", "value");
+constinit TypeDescription const numberDescription{
+    .attributes = numberAttributes, .value = &numberOps, .constructor = &numberConstructor};
+
+using Get = bool (PendingState::*)() const noexcept;
+using Put = void (PendingState::*)(bool) noexcept;
+
+constexpr std::array stateAttributes{
+    valueAttribute<Get(&PendingState::createPartition), Put(&PendingState::createPartition)>(
+        "createPartition"),
+    valueAttribute<Get(&PendingState::removePartition), Put(&PendingState::removePartition)>(
+        "removePartition"),
+    valueAttribute<Get(&PendingState::splittingPartition), Put(&PendingState::splittingPartition)>(
+        "splittingPartition"),
+    valueAttribute<Get(&PendingState::maxPendingState), Put(&PendingState::maxPendingState)>(
+        "maxPendingState"),
+    valueAttribute<&PendingState::value>("value"),
+    valueAttribute<&PendingState::createPartition_>("createPartition_"),
+    valueAttribute<&PendingState::removePartition_>("removePartition_"),
+    valueAttribute<&PendingState::splittingPartition_>("splittingPartition_"),
+    valueAttribute<&PendingState::maxPendingState_>("maxPendingState_"),
+};
+constexpr ValueOps stateOps = valueOps<PendingState>();
+constexpr Attribute stateConstructor =
+    functionAttribute<&construct<PendingState, unsigned char>>("PendingState", "value");
+constinit TypeDescription const stateDescription{
+    .attributes = stateAttributes, .value = &stateOps, .constructor = &stateConstructor};
+
+constexpr std::array partitionIdAttributes{
+    valueAttribute<&PartitionId::id>("id"),
+    valueAttribute<&PartitionId::mask>("mask"),
+    functionAttribute<&PartitionId::handleConstruction>("handleConstruction"),
+    functionAttribute<&PartitionId::handleDestruction>("handleDestruction"),
+    valueAttribute<&PartitionId::bitMap>("bitMap"),
+};
+constexpr Attribute partitionIdConstructor =
+    functionAttribute<&PartitionId::PartitionIdIs>("PartitionId", "id", "mask", "bitMap");
+constinit TypeDescription const partitionIdDescription{.base = &PtrInterface::fwkType_,
+                                                       .attributes = partitionIdAttributes,
+                                                       .constructor = &partitionIdConstructor};
+
+// The stream library first: traces of the registered types may run before main().
+std::ios_base::Init const streams;
+ModuleRegistration const registration(lpmTrieTypesModule,
+                                      {&PartitionId::fwkType_, &PendingState::fwkType_,
+                                       &PartitionIdValue::fwkType_});
+
+}  // namespace
+
+constinit FwkType const PartitionId::fwkType_("LpmTrie::PartitionId", lpmTrieTypesModule, 1,
+                                              partitionIdDescription);
+constinit FwkType const PendingState::fwkType_("LpmTrie::PendingState", lpmTrieTypesModule, 2,
+                                               stateDescription);
+constinit FwkType const PartitionIdValue::fwkType_("LpmTrie::PartitionIdValue", lpmTrieTypesModule,
+                                                   3, numberDescription);
 
 PartitionIdValue::PartitionIdValue(Vexo::CharRange& range) {
     Vexo::readRecord(range, *this);

@@ -1,22 +1,55 @@
 #include <LpmTrie/Module.h>
 #include <LpmTrie/NodesInfo.h>
-#include <Torvel/HashMix.h>
+#include <Vexo/Attribute.h>
 
 #include <ostream>
 
 namespace LpmTrie {
 
-constinit Vexo::FwkType const TrieNodesInfo::fwkType_("LpmTrie::TrieNodesInfo", lpmTrieModule, 2);
-constinit Vexo::FwkType const TrieNodeInfo::fwkType_("LpmTrie::TrieNodeInfo", lpmTrieModule, 8);
+namespace {
+
+using namespace Vexo;
+
+constexpr auto infoAttributes = joinRows(
+    recordAttributes<TrieNodeInfo>(), std::array{functionAttribute<&TrieNodeInfo::hash>("hash")});
+constexpr ValueOps infoOps = valueOps<TrieNodeInfo>();
+constexpr Attribute infoConstructor = functionAttribute<
+    &construct<TrieNodeInfo, TrieNodeInfo::PrefixRef, PartitionId::Ptr, PartitionId::Ptr>>(
+    "TrieNodeInfo", "prefixRef", "oldPartitionId", "newPartitionId");
+constinit TypeDescription const infoDescription{
+    .attributes = infoAttributes, .value = &infoOps, .constructor = &infoConstructor};
+
+/** How the collection is reached by name. */
+struct NodeInfoCollection {
+    using Object = TrieNodesInfo;
+    using Key = TrieNodeInfo;
+    using Mapped = bool;
+    static TrieNodesInfo::Map const& map(Object const& object) { return object.nodeInfo(); }
+    static bool lookUp(Object const& object, Key const& key) { return object.nodeInfo(key); }
+    static void put(Object& object, Key const& key, bool value) { object.nodeInfoIs(key, value); }
+    static bool erase(Object& object, Key const& key) { return object.nodeInfoDel(key); }
+};
+
+constexpr std::array nodesInfoAttributes{collectionAttribute<NodeInfoCollection>("nodeInfo")};
+constexpr Attribute nodesInfoConstructor =
+    functionAttribute<&TrieNodesInfo::TrieNodesInfoIs>("TrieNodesInfo");
+constinit TypeDescription const nodesInfoDescription{.base = &PtrInterface::fwkType_,
+                                                     .attributes = nodesInfoAttributes,
+                                                     .constructor = &nodesInfoConstructor};
+
+}  // namespace
+
+constinit FwkType const TrieNodesInfo::fwkType_("LpmTrie::TrieNodesInfo", lpmTrieModule, 2,
+                                                nodesInfoDescription);
+constinit FwkType const TrieNodeInfo::fwkType_("LpmTrie::TrieNodeInfo", lpmTrieModule, 8,
+                                               infoDescription);
 
 TrieNodeInfo::TrieNodeInfo(Vexo::CharRange& range) {
     Vexo::readRecord(range, *this);
 }
 
 U32 TrieNodeInfo::hash() const noexcept {
-    Torvel::HashMix mix(0);
-    mix.mix(&prefixRef_->prefix(), sizeof(Nimbal::IpGenPrefix));
-    return static_cast<U32>(mix);
+    return prefixRef_->prefix().hash();
 }
 
 std::ostream& operator<<(std::ostream& out, TrieNodeInfo const& info) {

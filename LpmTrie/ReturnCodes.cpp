@@ -1,18 +1,37 @@
 #include <LpmTrie/LpmTrieNode.h>
 #include <LpmTrie/Module.h>
 #include <LpmTrie/ReturnCodes.h>
+#include <Vexo/Attribute.h>
 
 #include <ostream>
 
 namespace LpmTrie {
 
-constinit Vexo::FwkType const TrieReturnCode::fwkType_("LpmTrie::TrieReturnCode", lpmTrieModule, 3);
-constinit Vexo::FwkType const TrieNodeReturnCode::fwkType_("LpmTrie::TrieNodeReturnCode",
-                                                           lpmTrieModule, 4);
-constinit Vexo::FwkType const TrieTraversalReturnCode::fwkType_("LpmTrie::TrieTraversalReturnCode",
-                                                                lpmTrieModule, 5);
-constinit Vexo::FwkType const TrieFindMergeReturnCode::fwkType_("LpmTrie::TrieFindMergeReturnCode",
-                                                                lpmTrieModule, 7);
+namespace {
+
+using namespace Vexo;
+
+/** The records differ in their fields alone. */
+template <Record R>
+struct Described {
+    static constexpr auto attributes_ = recordAttributes<R>();
+    static constexpr ValueOps ops_ = valueOps<R>();
+    static constexpr TypeDescription description_{.attributes = attributes_, .value = &ops_};
+};
+
+}  // namespace
+
+constinit FwkType const TrieReturnCode::fwkType_("LpmTrie::TrieReturnCode", lpmTrieModule, 3,
+                                                 Described<TrieReturnCode>::description_);
+constinit FwkType const TrieNodeReturnCode::fwkType_("LpmTrie::TrieNodeReturnCode", lpmTrieModule,
+                                                     4,
+                                                     Described<TrieNodeReturnCode>::description_);
+constinit FwkType const TrieTraversalReturnCode::fwkType_(
+    "LpmTrie::TrieTraversalReturnCode", lpmTrieModule, 5,
+    Described<TrieTraversalReturnCode>::description_);
+constinit FwkType const TrieFindMergeReturnCode::fwkType_(
+    "LpmTrie::TrieFindMergeReturnCode", lpmTrieModule, 7,
+    Described<TrieFindMergeReturnCode>::description_);
 
 TrieReturnCode::TrieReturnCode(Vexo::CharRange& range) {
     Vexo::readRecord(range, *this);

@@ -4,8 +4,6 @@
 
 namespace LpmTrie {
 
-constinit Vexo::FwkType const Trie::fwkType_("LpmTrie::Trie", lpmTrieModule, 6);
-
 Trie::Ptr Trie::TrieIs(U32 vrfId) {
     Ptr trie(new Trie(vrfId));
     trie->hasNotificationActiveIs(true);

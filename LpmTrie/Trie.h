@@ -229,6 +229,8 @@ private:
     void callMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32 oldHwTable);
     void report(Node* node, PartitionId::Ptr const& oldPartitionId,
                 TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
+    void reportRelabelled(Node* node, PartitionId::Ptr const& oldPartitionId,
+                          TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
     void relabel(Node* fromNode, TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
     void createForMerge(Node* toPartitionNode, PartitionId::Ptr const& toPartitionId,
                         TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);

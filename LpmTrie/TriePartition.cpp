@@ -76,17 +76,15 @@ bool Trie::addMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId,
     LPM_TRACE(8, "bool LpmTrie::Trie::addMovedNode(LpmTrie::Node*, const Ptr&, const Ptr&)",
               " node:", node, " oldPartitionId:", oldPartitionId.get(),
               " movedNodes:", static_cast<void const*>(movedNodes.get()));
-    if (!node->fibRoute()) {
-        return false;
-    }
-    if (movedNodes) {
+    bool const isRoute = node->fibRoute();
+    if (isRoute && movedNodes) {
         movedNodes->nodeInfoIs(TrieNodeInfo(node->prefixRef(), oldPartitionId, node->partitionId()),
                                true);
-    } else {
+    } else if (isRoute) {
         callMovedNode(node, oldPartitionId, node->hwTable());
     }
     LPM_TRACE(7, "movedNodes:", static_cast<void const*>(movedNodes.get()));
-    return true;
+    return isRoute;
 }
 
 void Trie::movedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32 oldHwTable) {
@@ -104,6 +102,20 @@ void Trie::report(Node* node, PartitionId::Ptr const& oldPartitionId,
                   TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors) {
     try {
         addMovedNode(node, oldPartitionId, movedNodes);
+    } catch (...) {
+        errors.keepCurrent();
+    }
+}
+
+/** Tells of a re-labelled route, without a collection to the hook itself. */
+void Trie::reportRelabelled(Node* node, PartitionId::Ptr const& oldPartitionId,
+                            TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors) {
+    if (movedNodes) {
+        report(node, oldPartitionId, movedNodes, errors);
+        return;
+    }
+    try {
+        callMovedNode(node, oldPartitionId, node->hwTable());
     } catch (...) {
         errors.keepCurrent();
     }
@@ -134,7 +146,7 @@ void Trie::relabel(Node* fromNode, TrieNodesInfo::Ptr const& movedNodes, HookErr
         PartitionId::Ptr const oldPartitionId = node->partitionId();
         node->partitionIdIs(fromNode->partitionId());
         node->hwTableIs(fromNode->hwTable());
-        report(node, oldPartitionId, movedNodes, errors);
+        reportRelabelled(node, oldPartitionId, movedNodes, errors);
     }
 }
 

@@ -15,7 +15,7 @@ std::ostream& operator<<(std::ostream& out, AddressFamily const& af) {
     case AddressFamily::ipv6:
         return out << "ipv6";
     }
-    return out << static_cast<U32>(af);
+    return out << std::to_string(static_cast<U32>(af));  // decimal on any stream
 }
 
 }  // namespace Nimbal

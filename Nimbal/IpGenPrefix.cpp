@@ -1,7 +1,7 @@
 #include <Nimbal/IpGenPrefix.h>
 #include <Nimbal/TextReader.h>
 #include <Torvel/HashMix.h>
-#include <Vexo/Strep.h>
+#include <Vexo/Attribute.h>
 
 #include <algorithm>
 #include <ostream>
@@ -26,28 +26,60 @@ IpGenPrefix readPrefix(TextReader& reader, std::string_view text) {
     return {address, reader.readLength(maxPrefixLen(AddressFamily::ipv6))};
 }
 
+IpGenPrefix fromAddressText(AddressFamily af, String const& text) {
+    if (af == AddressFamily::ipv6) {
+        return {af, Ip6Addr::fromString(text).bytes(), 0};
+    }
+    return {af, IpAddr::fromString(text).bytes(), 0};
+}
+
+IpGenPrefix readAddress(Vexo::CharRange& range, AddressFamily af) {
+    auto const text = Vexo::deserializeAttr<String>(range, "address");
+    try {
+        return fromAddressText(af, text);
+    } catch (Vexo::RangeException const& error) {
+        Vexo::rethrowFromDeserializeAttr(error, "address");
+    }
+}
+
 IpGenPrefix readFramed(Vexo::CharRange& range) {
     range.needString(frame);
     range.needString("'af': ");
     auto const af = static_cast<AddressFamily>(Vexo::deserializeAttr<U32>(range, "af"));
     range.needString(", 'address': ");
-    auto const text = Vexo::deserializeAttr<String>(range, "address");
-    std::array<U8, 16> bytes{};
-    if (af == AddressFamily::ipv6) {
-        bytes = Ip6Addr::fromString(text).bytes();
-    } else {
-        auto const four = IpAddr::fromString(text).bytes();
-        std::copy(four.begin(), four.end(), bytes.begin());
-    }
+    auto const address = readAddress(range, af).address();
     range.needString(", 'len': ");
     auto const len = Vexo::deserializeAttr<U32>(range, "len");
     range.needString("})");
-    return {af, bytes, len};
+    return {af, address, len};
 }
 
 }  // namespace
 
-constinit Vexo::FwkType const IpGenPrefix::fwkType_("Nimbal::IpGenPrefix", nimbalModule, 1);
+namespace {
+
+using namespace Vexo;
+
+IpGenPrefix prefixFromText(String const& text) {
+    return IpGenPrefix::fromString(text);
+}
+
+constexpr std::array attributes{
+    valueAttribute<&IpGenPrefix::af>("af"),
+    valueAttribute<&IpGenPrefix::len>("len"),
+    functionAttribute<&IpGenPrefix::stringValue>("stringValue"),
+    functionAttribute<&IpGenPrefix::overlaps>("overlaps", "other"),
+    functionAttribute<&IpGenPrefix::hostBitsCleared>("hostBitsCleared"),
+};
+constexpr ValueOps ops = valueOps<IpGenPrefix>();
+constexpr Attribute constructor = functionAttribute<&prefixFromText>("IpGenPrefix", "text");
+constinit TypeDescription const description{
+    .attributes = attributes, .value = &ops, .constructor = &constructor};
+
+}  // namespace
+
+constinit Vexo::FwkType const IpGenPrefix::fwkType_("Nimbal::IpGenPrefix", nimbalModule, 1,
+                                                    description);
 
 IpGenPrefix::IpGenPrefix(AddressFamily af, std::span<U8 const> bytes, U32 len) noexcept
     : af_(af), len_(len) {
@@ -104,6 +136,12 @@ String IpGenPrefix::stringValue() const {
     return isIpv6(*this) ? v6Prefix().stringValue() : v4Prefix().stringValue();
 }
 
+U32 IpGenPrefix::hash() const noexcept {
+    Torvel::HashMix mix(0);
+    mix.mix(this, sizeof *this);
+    return static_cast<U32>(mix);
+}
+
 std::ostream& operator<<(std::ostream& out, IpGenPrefix const& prefix) {
     return out << prefix.stringValue();
 }
@@ -120,10 +158,3 @@ String valueToStrep(IpGenPrefix const& prefix) {
 }
 
 }  // namespace Nimbal
-
-std::size_t std::hash<Nimbal::IpGenPrefix>::operator()(
-    Nimbal::IpGenPrefix const& prefix) const noexcept {
-    Torvel::HashMix mix(0);
-    mix.mix(&prefix, sizeof prefix);
-    return static_cast<Vexo::U32>(mix);
-}

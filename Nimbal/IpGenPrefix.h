@@ -75,6 +75,7 @@ public:
     /** Same family and the two agree on the leading bits of the shorter one. */
     bool overlaps(IpGenPrefix const& other) const noexcept;
     IpGenPrefix hostBitsCleared() const noexcept;
+    U32 hash() const noexcept;
     /** Address, slash, length; RFC 5952 for IPv6, mixed notation for ::ffff:0:0/96 and below it. */
     String stringValue() const;
 
@@ -102,5 +103,7 @@ String valueToStrep(IpGenPrefix const& prefix);
 
 template <>
 struct std::hash<Nimbal::IpGenPrefix> {
-    std::size_t operator()(Nimbal::IpGenPrefix const& prefix) const noexcept;
+    std::size_t operator()(Nimbal::IpGenPrefix const& prefix) const noexcept {
+        return prefix.hash();
+    }
 };

@@ -1,10 +1,28 @@
 #include <Nimbal/IpGenPrefixRef.h>
 
+#include <Vexo/Attribute.h>
+#include <Vexo/Registry.h>
+
 #include <ostream>
 
 namespace Nimbal {
 
-constinit Vexo::FwkType const IpGenPrefixRef::fwkType_("Nimbal::IpGenPrefixRef", nimbalModule, 2);
+namespace {
+
+using namespace Vexo;
+
+constexpr std::array attributes{valueAttribute<&IpGenPrefixRef::prefix>("prefix")};
+constexpr Attribute constructor =
+    functionAttribute<&IpGenPrefixRef::IpGenPrefixRefIs>("IpGenPrefixRef", "prefix");
+constinit TypeDescription const description{
+    .base = &PtrInterface::fwkType_, .attributes = attributes, .constructor = &constructor};
+ModuleRegistration const registration(nimbalModule,
+                                      {&IpGenPrefix::fwkType_, &IpGenPrefixRef::fwkType_});
+
+}  // namespace
+
+constinit Vexo::FwkType const IpGenPrefixRef::fwkType_("Nimbal::IpGenPrefixRef", nimbalModule, 2,
+                                                       description);
 
 IpGenPrefixRef::Ptr IpGenPrefixRef::IpGenPrefixRefIs(IpGenPrefix const& prefix) {
     Ptr holder(new IpGenPrefixRef(prefix));

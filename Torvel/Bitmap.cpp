@@ -1,5 +1,6 @@
 #include <Torvel/Bitmap.h>
-#include <Vexo/RangeException.h>
+#include <Vexo/Attribute.h>
+#include <Vexo/Registry.h>
 
 #include <algorithm>
 #include <bit>
@@ -15,10 +16,25 @@ constexpr U64 maskOf(U32 index) noexcept {
     return U64{1} << (index % wordBits);
 }
 
+using namespace Vexo;
+
+constexpr std::array attributes{
+    valueAttribute<&Bitmap::limit>("limit"),
+    valueAttribute<&Bitmap::count>("count"),
+    functionAttribute<&Bitmap::setBit>("setBit", "index"),
+    functionAttribute<&Bitmap::clearBit>("clearBit", "index"),
+    functionAttribute<&Bitmap::isSet>("isSet", "index"),
+    functionAttribute<&Bitmap::takeNextFree>("takeNextFree"),
+};
+constexpr Attribute constructor = functionAttribute<&Bitmap::BitmapIs>("Bitmap", "limit");
+constinit TypeDescription const description{
+    .base = &PtrInterface::fwkType_, .attributes = attributes, .constructor = &constructor};
+ModuleRegistration const registration(torvelModule, {&Bitmap::fwkType_});
+
 }  // namespace
 
 constinit Vexo::FwkModule const torvelModule("Torvel", "Torvel/Torvel");
-constinit Vexo::FwkType const Bitmap::fwkType_("Torvel::Bitmap", torvelModule, 1);
+constinit Vexo::FwkType const Bitmap::fwkType_("Torvel::Bitmap", torvelModule, 1, description);
 
 Bitmap::Ptr Bitmap::BitmapIs(U32 limit) {
     Ptr bitmap(new Bitmap(limit));

@@ -2,10 +2,15 @@
 
 #include <Vexo/Types.h>
 
+#include <span>
+
 namespace Vexo {
 
-/**
- * A reflection module: the types of one source module of a library. Lives as long as the process.
+struct Attribute;
+struct TypeDescription;
+struct ValueOps;
+
+/** A reflection module: the types of one source module of a library. Lives as long as its library.
  */
 class FwkModule {
 public:
@@ -15,9 +20,7 @@ public:
     FwkModule& operator=(FwkModule const&) = delete;
 
     char const* name() const noexcept { return name_; }
-    /**
-     * The name that the module's sources carry in traces and assertions, whatever file a line is
-     * in.
+    /** What the module's sources are called in traces and assertions, whatever file a line is in.
      */
     char const* source() const noexcept { return source_; }
 
@@ -26,14 +29,19 @@ private:
     char const* source_;
 };
 
+/** What a type without attributes shows: nothing. */
+extern TypeDescription const emptyDescription;
+
 /**
- * A type as the framework knows it: its qualified name, its module and its fixed number there.
- * One constant per type, `T::fwkType_`; identity of types is identity of these objects.
+ * A type as the framework knows it: its qualified name, its module, its fixed number there, and
+ * what it shows by name. One constant per type, `T::fwkType_`; identity of types is identity of
+ * these objects.
  */
 class FwkType {
 public:
-    constexpr FwkType(char const* name, FwkModule const& module, U32 number) noexcept
-        : name_(name), module_(&module), number_(number) {}
+    constexpr FwkType(char const* name, FwkModule const& module, U32 number,
+                      TypeDescription const& description = emptyDescription) noexcept
+        : name_(name), module_(&module), number_(number), description_(&description) {}
     FwkType(FwkType const&) = delete;
     FwkType& operator=(FwkType const&) = delete;
 
@@ -41,14 +49,25 @@ public:
     char const* name() const noexcept { return name_; }
     FwkModule const& module() const noexcept { return *module_; }
     U32 number() const noexcept { return number_; }
+    TypeDescription const& description() const noexcept { return *description_; }
+
+    /** Itself or one that it is derived from. */
+    bool isA(FwkType const& other) const noexcept;
 
 private:
     char const* name_;
     FwkModule const* module_;
     U32 number_;
+    TypeDescription const* description_;
 };
 
 /** The framework's own module. */
 extern FwkModule const vexoModule;
+
+/** Numbers, flags and texts as the framework hands them about. Wider numbers than U32 are U64. */
+extern FwkType const boolType;
+extern FwkType const u32Type;
+extern FwkType const u64Type;
+extern FwkType const stringType;
 
 }  // namespace Vexo

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -13,10 +14,11 @@ namespace Vexo {
 /**
  * Hash map of entries that hold their own key.
  *
- * `Policy` names the `Key` type and offers `U32 hash(Key const&)` and `bool matches(Entry const&,
- * Key const&)`. Entries lie side by side in the order of their insertion, save that an erased
- * entry's place is taken by the last one; a table of cells, addressed openly, finds them. The order
- * carries no meaning. Any insertion or erasure ends all iterators and references to entries.
+ * `Policy` names the `Key` type and offers `U32 hash(Key const&)`, `bool matches(Entry const&,
+ * Key const&)` and `key(Entry const&)`, the key in an entry. Entries lie side by side in the order
+ * of their insertion, save that an erased entry's place is taken by the last one; a table of cells,
+ * addressed openly, finds them. The order carries no meaning. Any insertion or erasure ends all
+ * iterators and references to entries.
  *
  * Growth: the table doubles when more than three quarters of its cells would be in use, so an
  * insertion costs a constant on average. It shrinks only by `clear`. Strong guarantee: an insertion
@@ -44,9 +46,10 @@ public:
 
     /** Adds an entry; the caller has made sure that `find` of its key gives null. */
     Entry& insert(Key const& key, Entry entry) {
+        U32 const hash = Policy::hash(key);
         reserve(1);
         entries_.push_back(std::move(entry));
-        place(Cell{Policy::hash(key), static_cast<U32>(entries_.size() - 1)});
+        place(Cell{hash, static_cast<U32>(entries_.size() - 1)});
         return entries_.back();
     }
 
@@ -74,6 +77,9 @@ public:
 
     /** Makes room for `more` entries beside those that are there. Throws std::bad_alloc. */
     void reserve(std::size_t more) {
+        if (more > mostEntries - entries_.size()) {
+            throw std::bad_alloc();
+        }
         std::size_t const wanted = entries_.size() + more;
         if (wanted > entries_.capacity()) {
             entries_.reserve(std::max(wanted, entries_.capacity() * 2));
@@ -87,6 +93,7 @@ private:
     static constexpr std::size_t none = ~std::size_t{0};
     static constexpr std::size_t smallestTable = 8;
     static constexpr U32 emptyCell = ~U32{0};
+    static constexpr std::size_t mostEntries = emptyCell;
 
     struct Cell {
         U32 hash = 0;

@@ -1,3 +1,4 @@
+#include <Vexo/Attribute.h>
 #include <Vexo/ObjectNames.h>
 #include <Vexo/PtrInterface.h>
 #include <Vexo/Sassert.h>
@@ -8,14 +9,17 @@ namespace Vexo {
 
 namespace {
 constexpr char const* source = "Vexo/PtrInterface";
-}
+
+constexpr std::array attributes{valueAttribute<&PtrInterface::references>("references")};
+constinit TypeDescription const description{.attributes = attributes};
+}  // namespace
 
 namespace Detail {
 constinit std::atomic<bool> threadSafePtrMode{false};
 }
 
 constinit FwkModule const vexoModule("Vexo", "Vexo/Vexo");
-constinit FwkType const PtrInterface::fwkType_("Vexo::PtrInterface", vexoModule, 1);
+constinit FwkType const PtrInterface::fwkType_("Vexo::PtrInterface", vexoModule, 1, description);
 
 void NotifieeList::notifieeIs(Notifiee* notifiee) {
     if (std::find(notifiees_.begin(), notifiees_.end(), notifiee) == notifiees_.end()) {
@@ -24,13 +28,22 @@ void NotifieeList::notifieeIs(Notifiee* notifiee) {
 }
 
 void NotifieeList::notifieeDel(Notifiee* notifiee) noexcept {
-    std::erase(notifiees_, notifiee);
+    auto const place = std::find(notifiees_.begin(), notifiees_.end(), notifiee);
+    if (place == notifiees_.end()) {
+        return;
+    }
+    if (static_cast<std::size_t>(place - notifiees_.begin()) < next_) {
+        --next_;
+    }
+    notifiees_.erase(place);
 }
 
-void NotifieeList::zeroReferences(PtrInterface& notifier) const noexcept {
-    for (Notifiee* notifiee : notifiees_) {
+void NotifieeList::zeroReferences(PtrInterface& notifier) noexcept {
+    for (next_ = 0; next_ < notifiees_.size();) {
+        Notifiee* const notifiee = notifiees_[next_++];
         notifiee->zeroReferences(notifier);
     }
+    next_ = 0;
 }
 
 NotifieeList* PtrInterface::notifieeList() {
@@ -43,7 +56,7 @@ void PtrInterface::hasNotificationActiveIs(bool active) {
 
 void PtrInterface::zeroReferencesIs() {
     if (hasNotificationActive()) {
-        if (NotifieeList const* notifiees = notifieeList()) {
+        if (NotifieeList* notifiees = notifieeList()) {
             notifiees->zeroReferences(*this);
         }
     }

@@ -38,15 +38,19 @@ protected:
     ~Notifiee() = default;
 };
 
-/** The notifiees of one object, told in the order of their entry. Not locked. */
+/**
+ * The notifiees of one object, told in the order of their entry. One that is told may leave the
+ * list, or take others from it. Not locked.
+ */
 class NotifieeList {
 public:
     void notifieeIs(Notifiee* notifiee);
     void notifieeDel(Notifiee* notifiee) noexcept;
-    void zeroReferences(PtrInterface& notifier) const noexcept;
+    void zeroReferences(PtrInterface& notifier) noexcept;
 
 private:
     std::vector<Notifiee*> notifiees_;
+    std::size_t next_ = 0;  // the one to be told next
 };
 
 /**

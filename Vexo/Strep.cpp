@@ -24,7 +24,7 @@ U64 readDigits(CharRange& range, U32 base, U64 largest, char const* wanted) {
     for (int digit = hexDigit(range.front()); digit >= 0 && static_cast<U32>(digit) < base;
          digit = hexDigit(range.front())) {
         U64 const next = static_cast<U64>(digit);
-        if (value > (largest - next) / base) {
+        if (next > largest || value > (largest - next) / base) {
             start.fail(formatString("%s of at most %" PRIu64, wanted, largest));
         }
         value = value * base + next;
@@ -37,6 +37,19 @@ U64 readDigits(CharRange& range, U32 base, U64 largest, char const* wanted) {
     return value;
 }
 
+U64 readAddress(CharRange& range, char const* wanted) {
+    CharRange const start = range;
+    U64 const address = readDigits(range, 16, UINTPTR_MAX, wanted);
+    if (range.offset() - start.offset() > 2 * sizeof(std::uintptr_t)) {
+        start.fail(formatString("%s, %zu of them at most", wanted, 2 * sizeof(std::uintptr_t)));
+    }
+    return address;
+}
+
+bool isPrinted(char c) noexcept {
+    return c >= ' ' && c <= '~';
+}
+
 char readEscape(CharRange& range) {
     for (auto const& [name, character] : {std::pair{'\\', '\\'}, {'\'', '\''}}) {
         if (range.front() == name) {
@@ -44,6 +57,7 @@ char readEscape(CharRange& range) {
             return character;
         }
     }
+    CharRange const start = range;
     range.needString("x");
     int const high = hexDigit(range.front());
     range.advance(high >= 0 ? 1 : 0);
@@ -52,7 +66,11 @@ char readEscape(CharRange& range) {
         range.fail("two hexadecimal digits");
     }
     range.advance(1);
-    return static_cast<char>(high * 16 + low);
+    auto const character = static_cast<char>(high * 16 + low);
+    if (isPrinted(character)) {
+        start.fail("the code of a byte that does not print");
+    }
+    return character;
 }
 
 }  // namespace
@@ -67,7 +85,7 @@ String valueToStrep(String const& value) {
         if (c == '\'' || c == '\\') {
             text += '\\';
             text += c;
-        } else if (c >= ' ' && c <= '~') {
+        } else if (isPrinted(c)) {
             text += c;
         } else {
             text += formatString("\\x%02x", static_cast<unsigned char>(c));
@@ -104,6 +122,9 @@ void sequenceToValue(CharRange& range, String* value) {
             range.fail("a closing quote");
         }
         char const c = range.front();
+        if (!isPrinted(c)) {
+            range.fail("a byte that prints, or its code");
+        }
         range.advance(1);
         text += c == '\\' ? readEscape(range) : c;
     }
@@ -118,12 +139,17 @@ void sequenceToValue(CharRange& range, void** value) {
     if (!range.consume("0x")) {
         range.fail("None or a pointer");
     }
-    U64 const number = readDigits(range, 16, UINTPTR_MAX, "a pointer's hexadecimal digits");
+    U64 const number = readAddress(range, "a pointer's hexadecimal digits");
     *value = reinterpret_cast<void*>(static_cast<std::uintptr_t>(number));
 }
 
 U64 sequenceToNumber(CharRange& range, U64 largest) {
-    return readDigits(range, 10, largest, "a decimal number");
+    CharRange const start = range;
+    U64 const number = readDigits(range, 10, largest, "a decimal number");
+    if (start.front() == '0' && range.offset() - start.offset() > 1) {
+        start.fail("a decimal number without leading zeros");
+    }
+    return number;
 }
 
 Ptr<PtrInterface> sequenceToValueOfPtr(CharRange& range) {
@@ -137,7 +163,7 @@ Ptr<PtrInterface> sequenceToValueOfPtr(CharRange& range) {
     String typeName;
     sequenceToValue(range, &typeName);
     range.needString(", 0x");
-    U64 const address = readDigits(range, 16, UINTPTR_MAX, "an object's hexadecimal digits");
+    U64 const address = readAddress(range, "an object's hexadecimal digits");
     range.needString(")");
     Ptr<PtrInterface> object = ObjectNames::find(typeName, address);
     if (!object) {

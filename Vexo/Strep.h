@@ -18,7 +18,8 @@
  *   records             Record.h
  *
  * All are expressions of the common scripting languages' syntax. Readers take exactly what the
- * writers produce; no white space is skipped. Every error is a RangeException.
+ * writers produce, save that a pointer's digits may begin with zeros and that 0x0 is null too; no
+ * white space is skipped. Every error is a RangeException.
  */
 
 namespace Vexo {
@@ -47,7 +48,7 @@ void sequenceToValue(CharRange& range, bool* value);
 void sequenceToValue(CharRange& range, String* value);
 /** Reads one pointer as a number: "None" or "0x" and up to as many hexadecimal digits as it has. */
 void sequenceToValue(CharRange& range, void** value);
-/** Decimal digits that make a number of at most `largest`. */
+/** Decimal digits, without leading zeros, that make a number of at most `largest`. */
 U64 sequenceToNumber(CharRange& range, U64 largest);
 template <UnsignedNumber T>
 void sequenceToValue(CharRange& range, T* value) {

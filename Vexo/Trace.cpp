@@ -21,12 +21,13 @@ struct Setting {
 /** "7", "7-9" or "off" as a bit set of levels; "off" names all of them. */
 Setting readSetting(CharRange& range) {
     Setting setting{{}, 0, true};
-    std::size_t const slash = range.rest().find_first_of("/,");
-    if (slash == 0 || slash == std::string_view::npos) {
+    auto const isOfName = [](char c) { return c > ' ' && c <= '~' && c != '/' && c != ','; };
+    for (; isOfName(range.front()); range.advance(1)) {
+        setting.handle += range.front();
+    }
+    if (setting.handle.empty()) {
         range.fail("a trace handle's name, a slash and levels");
     }
-    setting.handle = range.rest().substr(0, slash);
-    range.advance(slash);
     range.needString("/");
     if (range.consume("off")) {
         return {setting.handle, (1U << (TraceHandle::highestLevel_ + 1)) - 1, false};
@@ -46,9 +47,10 @@ Setting readSetting(CharRange& range) {
 std::vector<Setting> readSettings(String const& text) {
     std::vector<Setting> settings;
     CharRange range(text);
-    while (!range.empty()) {
+    for (bool more = !range.empty(); more;) {
         settings.push_back(readSetting(range));
-        if (!range.empty()) {
+        more = !range.empty();
+        if (more) {
             range.needString(",");
         }
     }
@@ -82,10 +84,14 @@ public:
         }
         handle.next_ = first_;
         first_ = &handle;
-        handle.levels_.store(0, std::memory_order_relaxed);
+        U32 levels = 0;
         for (Setting const& setting : settings_) {
-            apply(setting, handle);
+            if (concerns(setting, handle)) {
+                levels = setting.on ? levels | setting.levels : levels & ~setting.levels;
+            }
         }
+        // At once: a thread that finds the handle listed must find all of its levels.
+        handle.levels_.store(levels, std::memory_order_relaxed);
     }
 
     void settingsAre(std::vector<Setting> settings) {
@@ -102,9 +108,10 @@ public:
         }
     }
 
-    std::shared_ptr<TraceSink const> sink() {
-        std::lock_guard const lock(mutex_);
-        return sink_;
+    void deliver(TraceLine const& line) {
+        std::lock_guard const lock(sinkMutex_);
+        auto const sink = sink_;  // kept, should it replace itself
+        (*sink)(line);
     }
 
     TraceSink sinkIs(TraceSink sink) {
@@ -112,7 +119,7 @@ public:
             sink = writeToStandardError;
         }
         auto next = std::make_shared<TraceSink const>(std::move(sink));
-        std::lock_guard const lock(mutex_);
+        std::lock_guard const lock(sinkMutex_);
         sink_.swap(next);
         return *next;
     }
@@ -130,8 +137,12 @@ private:
         }
     }
 
+    static bool concerns(Setting const& setting, TraceHandle const& handle) noexcept {
+        return setting.handle == "*" || setting.handle == handle.name();
+    }
+
     static void apply(Setting const& setting, TraceHandle& handle) noexcept {
-        if (setting.handle == "*" || setting.handle == handle.name()) {
+        if (concerns(setting, handle)) {
             if (setting.on) {
                 handle.levels_.fetch_or(setting.levels, std::memory_order_relaxed);
             } else {
@@ -143,6 +154,7 @@ private:
     std::mutex mutex_;
     TraceHandle* first_ = nullptr;
     std::vector<Setting> settings_;
+    std::recursive_mutex sinkMutex_;  // recursive: a sink may trace, and may replace itself
     std::shared_ptr<TraceSink const> sink_;
 };
 
@@ -170,7 +182,7 @@ void TraceHandle::levelIs(U32 level, bool on) noexcept {
 }
 
 void TraceHandle::emit(U32 level, char const* source, String const& text) {
-    (*TraceHandles::instance().sink())(TraceLine{name_, level, source, text});
+    TraceHandles::instance().deliver(TraceLine{name_, level, source, text});
 }
 
 void traceLevelsIs(String const& settings) {

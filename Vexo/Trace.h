@@ -18,7 +18,10 @@ struct TraceLine {
     std::string_view text;
 };
 
-/** Receives trace lines, one at a time. An exception that leaves it is caught and forgotten. */
+/**
+ * Receives trace lines, one at a time: a call ends before the next thread's begins. An exception
+ * that leaves it is caught and forgotten.
+ */
 using TraceSink = std::function<void(TraceLine const&)>;
 
 /**
@@ -81,7 +84,8 @@ private:
 void traceLevelsIs(String const& settings);
 
 /**
- * Replaces the sink and returns the old one; an empty one restores the writer to standard error.
+ * Replaces the sink and returns the old one, which no other thread is calling any more; an empty
+ * one restores the writer to standard error.
  */
 TraceSink traceSinkIs(TraceSink sink);
 

@@ -1,5 +1,8 @@
 #include <Vexo/TrackedAllocation.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <mutex>
 
 namespace Vexo {
@@ -7,7 +10,36 @@ namespace Vexo {
 namespace {
 constinit std::mutex listMutex;
 constinit std::atomic<AllocationRecord*> firstRecord{nullptr};
+
+/** Bytes in front of an object that hold its size; they keep the object on its boundary. */
+std::size_t headOf(std::align_val_t alignment) noexcept {
+    return std::max(static_cast<std::size_t>(alignment), alignof(std::max_align_t));
+}
 }  // namespace
+
+namespace Detail {
+
+void* alignedStorage(std::size_t bytes, std::align_val_t alignment) {
+    std::size_t const head = headOf(alignment);
+    if (bytes > SIZE_MAX - head) {
+        throw std::bad_alloc();
+    }
+    void* const storage = static_cast<char*>(::operator new(head + bytes, alignment)) + head;
+    std::memcpy(static_cast<char*>(storage) - sizeof(bytes), &bytes, sizeof(bytes));
+    return storage;
+}
+
+std::size_t alignedStorageSize(void const* storage) noexcept {
+    std::size_t bytes = 0;
+    std::memcpy(&bytes, static_cast<char const*>(storage) - sizeof(bytes), sizeof(bytes));
+    return bytes;
+}
+
+void releaseAlignedStorage(void* storage, std::align_val_t alignment) noexcept {
+    ::operator delete(static_cast<char*>(storage) - headOf(alignment), alignment);
+}
+
+}  // namespace Detail
 
 AllocationCounts AllocationRecord::counts() const noexcept {
     // Releases are read first: a release seen here is never ahead of its allocation.

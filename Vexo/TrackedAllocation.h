@@ -44,8 +44,8 @@ public:
         bytesAllocated_.fetch_add(bytes, std::memory_order_relaxed);
     }
     void released(std::size_t bytes) noexcept {
-        releases_.fetch_add(1, std::memory_order_relaxed);
-        bytesReleased_.fetch_add(bytes, std::memory_order_relaxed);
+        releases_.fetch_add(1, std::memory_order_release);
+        bytesReleased_.fetch_add(bytes, std::memory_order_release);
     }
 
 private:
@@ -72,6 +72,15 @@ std::vector<TypeAllocationCounts> allocationCounts();
 /** Tracked objects of all types alive now. */
 U64 liveAllocations() noexcept;
 
+namespace Detail {
+
+/** Storage that remembers its size, in front of what it returns. Throws std::bad_alloc. */
+void* alignedStorage(std::size_t bytes, std::align_val_t alignment);
+std::size_t alignedStorageSize(void const* storage) noexcept;
+void releaseAlignedStorage(void* storage, std::align_val_t alignment) noexcept;
+
+}  // namespace Detail
+
 /**
  * Base that gives a class tracked `new` and `delete`. Classes derived from T are recorded under T
  * with their own size. T names itself by a constant `T::fwkType_`. If a constructor throws, the
@@ -86,7 +95,7 @@ public:
         return storage;
     }
     static void* operator new(std::size_t bytes, std::align_val_t alignment) {
-        void* const storage = ::operator new(bytes, alignment);
+        void* const storage = Detail::alignedStorage(bytes, alignment);
         record_.allocated(bytes);
         return storage;
     }
@@ -95,10 +104,10 @@ public:
         record_.released(bytes);
         ::operator delete(storage);
     }
-    static void operator delete(void* storage, std::size_t bytes,
-                                std::align_val_t alignment) noexcept {
-        record_.released(bytes);
-        ::operator delete(storage, alignment);
+    // Without the size: g++ and clang++ find no delete that takes it when a constructor throws.
+    static void operator delete(void* storage, std::align_val_t alignment) noexcept {
+        record_.released(Detail::alignedStorageSize(storage));
+        Detail::releaseAlignedStorage(storage, alignment);
     }
 
 private:

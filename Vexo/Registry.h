@@ -1,0 +1,40 @@
+#pragma once
+
+#include <Vexo/TypeDescription.h>
+
+#include <span>
+#include <vector>
+
+namespace Vexo {
+
+/**
+ * Enters a module, its types and its free functions into the process's registry for as long as it
+ * lives: a static object of the module's library. A type becomes known by its qualified name.
+ */
+class ModuleRegistration {
+public:
+    ModuleRegistration(FwkModule const& module, std::vector<FwkType const*> types,
+                       std::span<Attribute const> functions = {});
+    ModuleRegistration(ModuleRegistration const&) = delete;
+    ModuleRegistration& operator=(ModuleRegistration const&) = delete;
+    ~ModuleRegistration();
+
+private:
+    FwkModule const* module_;
+};
+
+/** All modules, in the order of their registration. */
+std::vector<FwkModule const*> registeredModules();
+/** The types of a module, in the order of their numbers. */
+std::vector<FwkType const*> registeredTypes(FwkModule const& module);
+/** The functions of a module that belong to no type. */
+std::span<Attribute const> registeredFunctions(FwkModule const& module);
+/** Null when there is none of that name. */
+FwkModule const* findModule(String const& name);
+FwkType const* findType(String const& qualifiedName);
+
+/** Calls a module's function. */
+AttributeStatus callFunction(FwkModule const& module, String const& function,
+                             std::span<Value const> operands, Value* result);
+
+}  // namespace Vexo

@@ -1,0 +1,159 @@
+#pragma once
+
+#include <Vexo/Ptr.h>
+#include <Vexo/RangeException.h>
+#include <Vexo/Strep.h>
+#include <Vexo/TypeDescription.h>
+
+#include <type_traits>
+#include <utility>
+
+namespace Vexo {
+
+/**
+ * The framework's untyped slot: nothing, a value of any described value type, or a counted
+ * reference to an object (perhaps null). Copying copies the value or takes a reference.
+ */
+class Value {
+public:
+    Value() noexcept = default;
+    /** Takes over a value made by the type's own operations. */
+    static Value adopt(FwkType const& type, void* data) noexcept;
+    /** `type` is the static type of the reference; the object may be of a derived one. */
+    static Value reference(FwkType const& type, Ptr<PtrInterface> object) noexcept;
+
+    Value(Value const& other);
+    Value(Value&& other) noexcept { swap(other); }
+    Value& operator=(Value other) noexcept {
+        swap(other);
+        return *this;
+    }
+    ~Value();
+    void swap(Value& other) noexcept {
+        std::swap(type_, other.type_);
+        std::swap(data_, other.data_);
+        object_.swap(other.object_);
+    }
+
+    bool isNone() const noexcept { return type_ == nullptr; }
+    bool isReference() const noexcept { return type_ != nullptr && data_ == nullptr; }
+    /** Of the value, or of the object that is referred to; of the reference when that is null. */
+    FwkType const* type() const noexcept;
+    /** "nothing", a value's type, or "reference to" an object's: for messages. */
+    String typeName() const;
+
+    /** The value's storage; null for nothing and for references. */
+    void* data() const noexcept { return data_; }
+    Ptr<PtrInterface> const& object() const noexcept { return object_; }
+
+private:
+    FwkType const* type_ = nullptr;
+    void* data_ = nullptr;
+    Ptr<PtrInterface> object_;
+};
+
+/** A slot does not hold what an attribute takes. */
+class ConversionException : public std::exception {
+public:
+    /** `place` names the attribute, and its parameter where there is one. */
+    ConversionException(String const& place, String const& wanted, String const& given)
+        : message_(place + ": wants " + wanted + ", given " + given) {}
+    explicit ConversionException(String message) noexcept : message_(std::move(message)) {}
+    char const* what() const noexcept override { return message_.c_str(); }
+
+private:
+    String message_;
+};
+
+/**
+ * How a C++ type travels in a slot. A class with a constant `fwkType_` travels as itself; a library
+ * specialises this for types that travel as another.
+ */
+template <class T>
+struct Boxing {
+    static constexpr TypeRef type_{&T::fwkType_, false};
+
+    static Value box(T const& value) { return Value::adopt(T::fwkType_, new T(value)); }
+    static T unbox(Value const& slot, String const& place) {
+        if (slot.data() == nullptr || slot.type() != &T::fwkType_) {
+            throw ConversionException(place, T::fwkType_.name(), slot.typeName());
+        }
+        return *static_cast<T const*>(slot.data());
+    }
+};
+
+template <class T>
+struct Boxing<Ptr<T>> {
+    using Object = std::remove_const_t<T>;
+    static constexpr TypeRef type_{&Object::fwkType_, true};
+
+    static Value box(Ptr<T> const& object) {
+        return Value::reference(Object::fwkType_,
+                                Ptr<PtrInterface>(const_cast<Object*>(object.get())));
+    }
+    /** Nothing, and a null reference of any type, are null. */
+    static Ptr<T> unbox(Value const& slot, String const& place) {
+        bool const null = slot.isNone() || (slot.isReference() && !slot.object());
+        Ptr<Object> object = dynamicPtrCast<Object>(slot.object());
+        if (!null && !object) {
+            throw ConversionException(place, String("reference to ") + Object::fwkType_.name(),
+                                      slot.typeName());
+        }
+        return object;
+    }
+};
+
+namespace Detail {
+Value boxNumber(U64 number);
+/** The slot's number; throws ConversionException, or RangeException when it is over `largest`. */
+U64 unboxNumber(Value const& slot, String const& place, U64 largest);
+}  // namespace Detail
+
+template <UnsignedNumber T>
+struct Boxing<T> {
+    static constexpr TypeRef type_{sizeof(T) > sizeof(U32) ? &u64Type : &u32Type, false};
+
+    static Value box(T number) { return Detail::boxNumber(number); }
+    static T unbox(Value const& slot, String const& place) {
+        return static_cast<T>(Detail::unboxNumber(slot, place, static_cast<T>(~T{0})));
+    }
+};
+
+template <>
+struct Boxing<bool> {
+    static constexpr TypeRef type_{&boolType, false};
+    static Value box(bool value) { return Value::adopt(boolType, new bool(value)); }
+    static bool unbox(Value const& slot, String const& place);
+};
+
+template <>
+struct Boxing<String> {
+    static constexpr TypeRef type_{&stringType, false};
+    static Value box(String const& value) { return Value::adopt(stringType, new String(value)); }
+    static String unbox(Value const& slot, String const& place);
+};
+
+/** An enumeration travels as its number. */
+template <class T>
+requires std::is_enum_v<T>
+struct Boxing<T> {
+    using Number = std::underlying_type_t<T>;
+    static constexpr TypeRef type_ = Boxing<Number>::type_;
+
+    static Value box(T value) { return Boxing<Number>::box(static_cast<Number>(value)); }
+    static T unbox(Value const& slot, String const& place) {
+        return static_cast<T>(Boxing<Number>::unbox(slot, place));
+    }
+};
+
+template <class T>
+Value box(T const& value) {
+    return Boxing<T>::box(value);
+}
+/** Throws ConversionException, naming `place`, when the slot holds something else. */
+template <class T>
+T unbox(Value const& slot, String const& place) {
+    return Boxing<T>::unbox(slot, place);
+}
+
+}  // namespace Vexo
