@@ -48,8 +48,15 @@ TrieNodeInfo::TrieNodeInfo(Vexo::CharRange& range) {
     Vexo::readRecord(range, *this);
 }
 
-U32 TrieNodeInfo::hash() const noexcept {
-    return prefixRef_->prefix().hash();
+Nimbal::IpGenPrefix const& TrieNodeInfo::neededPrefix() const {
+    if (!prefixRef_) {
+        throw RangeException("a record without a prefix has neither hash nor order");
+    }
+    return prefixRef_->prefix();
+}
+
+U32 TrieNodeInfo::hash() const {
+    return neededPrefix().hash();
 }
 
 std::ostream& operator<<(std::ostream& out, TrieNodeInfo const& info) {
@@ -57,7 +64,7 @@ std::ostream& operator<<(std::ostream& out, TrieNodeInfo const& info) {
 }
 
 U32 TrieNodesInfo::Keys::order(VexoNodeInfo const* first, TrieNodeInfo const& probe,
-                               VexoNodeInfo const& second) noexcept {
+                               VexoNodeInfo const& second) {
     TrieNodeInfo const& key = first != nullptr ? first->key() : probe;
     if (key == second.key()) {
         return 0;

@@ -42,19 +42,24 @@ public:
     void oldPartitionIdIs(PartitionId::Ptr id) noexcept { oldPartitionId_.swap(id); }
     void newPartitionIdIs(PartitionId::Ptr id) noexcept { newPartitionId_.swap(id); }
 
-    /** Of the prefix alone: all records of one prefix share it. */
-    U32 hash() const noexcept;
+    /** Of the prefix alone: all records of one prefix share it. RangeException without a prefix. */
+    U32 hash() const;
     explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
     /** The same three objects, not equal ones. */
     bool operator==(TrieNodeInfo const& other) const noexcept {
         return Vexo::recordsEqual(*this, other);
     }
-    /** By prefix alone: two unequal records of one prefix are unordered. */
-    bool operator<(TrieNodeInfo const& other) const noexcept {
-        return prefixRef_->prefix() < other.prefixRef_->prefix();
+    /**
+     * By prefix alone: two unequal records of one prefix are unordered. RangeException when one has
+     * no prefix.
+     */
+    bool operator<(TrieNodeInfo const& other) const {
+        return neededPrefix() < other.neededPrefix();
     }
 
 private:
+    Nimbal::IpGenPrefix const& neededPrefix() const;
+
     PrefixRef prefixRef_;
     PartitionId::Ptr oldPartitionId_;
     PartitionId::Ptr newPartitionId_;
@@ -86,9 +91,9 @@ public:
     /** How the map finds an entry. */
     struct Keys {
         using Key = TrieNodeInfo;
-        static U32 hash(TrieNodeInfo const& key) noexcept { return key.hash(); }
+        static U32 hash(TrieNodeInfo const& key) { return key.hash(); }
         static TrieNodeInfo const& key(VexoNodeInfo const& entry) noexcept { return entry.key(); }
-        static bool matches(VexoNodeInfo const& entry, TrieNodeInfo const& probe) noexcept {
+        static bool matches(VexoNodeInfo const& entry, TrieNodeInfo const& probe) {
             return order(nullptr, probe, entry) == 0;
         }
         /**
@@ -96,7 +101,7 @@ public:
          * 1 less, 2 neither.
          */
         static U32 order(VexoNodeInfo const* first, TrieNodeInfo const& probe,
-                         VexoNodeInfo const& second) noexcept;
+                         VexoNodeInfo const& second);
     };
     using Map = Vexo::HashMap<VexoNodeInfo, Keys>;
 

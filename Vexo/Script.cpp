@@ -135,6 +135,10 @@ VexoStatus refused(AttributeStatus status, String const& owner, String const& at
     return failed(VEXO_NOT_ALLOWED, (what + " cannot be " + nameOf(operation)).c_str());
 }
 
+String ownerOf(Value const& self) {
+    return self.isNone() ? "nothing" : self.type()->name();
+}
+
 /** One request; `take` receives the result of one that was done. */
 template <class Take>
 VexoStatus request(VexoValue* self, char const* attribute, AttributeOperation operation,
@@ -143,7 +147,7 @@ VexoStatus request(VexoValue* self, char const* attribute, AttributeOperation op
         Value result;
         auto const status = attributeOperation(of(self), attribute, operation, operands, &result);
         if (status != AttributeStatus::done) {
-            return refused(status, of(self).typeName(), attribute, operation);
+            return refused(status, ownerOf(of(self)), attribute, operation);
         }
         return take(std::move(result));
     });
@@ -171,7 +175,7 @@ VexoStatus compare(VexoValue const* a, VexoValue const* b, AttributeOperation op
         auto const operands = b != nullptr ? std::span(&of(b), 1) : std::span<Value const>();
         auto const status = valueOperation(of(a), operation, operands, &result);
         if (status != AttributeStatus::done) {
-            return refused(status, of(a).typeName(), "", operation);
+            return refused(status, ownerOf(of(a)), "", operation);
         }
         return into(out)(result);
     });
