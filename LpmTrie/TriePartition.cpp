@@ -39,7 +39,7 @@ Node const* nextInPartition(Node const* top, Node const* node) {
             return node->bitNode(bit);
         }
     }
-    for (; node != top; node = node->parent()) {
+    for (; node != top && node->parent() != nullptr; node = node->parent()) {
         Node const* const parent = node->parent();
         if (node == parent->bitNode(0) && inSamePartition(parent->bitNode(1))) {
             return parent->bitNode(1);

@@ -67,7 +67,7 @@ public:
         if (position >= 128) [[unlikely]] {
             throwIp6AddrU32(position / 32);
         }
-        return (address_[position / 8] >> (7 - position % 8)) & 1U;
+        return (U32{address_[position / 8]} >> (7 - position % 8)) & 1U;
     }
 
     IpPrefix v4Prefix() const noexcept { return {IpAddr(word(0)), len_}; }
