@@ -1,0 +1,103 @@
+#include <tests/LpmTrie/Model.h>
+
+#include <algorithm>
+
+/*
+ * Which nodes there are: every prefix that stands for its own sake, and every prefix where two such
+ * part. Of a sorted list, neighbours are enough to find all the places where two part: the place
+ * where two distant ones part is the shortest among those of the neighbours between them.
+ */
+
+namespace TrieModel {
+
+/** In pre-order, all prefixes that stand and all places where two of them part. */
+std::vector<Prefix> Model::neededPrefixes() const {
+    std::vector<Prefix> needed;
+    MaybePrefix before;
+    for (Node const& node : nodes_) {
+        if (node.stands()) {
+            if (before) {
+                needed.push_back(common(*before, node.prefix));
+            }
+            needed.push_back(node.prefix);
+            before = node.prefix;
+        }
+    }
+    std::ranges::sort(needed);
+    auto const repeated = std::ranges::unique(needed);
+    needed.erase(repeated.begin(), repeated.end());
+    return needed;
+}
+
+/** Drops and adds branching points, and works out anew all that follows from the nodes. */
+void Model::settle() {
+    std::vector<Prefix> const needed = neededPrefixes();
+    freed_.clear();
+    for (Node const& node : nodes_) {
+        if (!std::ranges::binary_search(needed, node.prefix)) {
+            freed_.push_back(node.prefix);
+        }
+    }
+    // Nodes are freed from the one that was removed upwards.
+    std::ranges::sort(freed_, std::ranges::greater(), &Prefix::len);
+
+    std::vector<Node> nodes;
+    MaybePrefix branch;
+    for (Prefix const& prefix : needed) {
+        Node& node = nodes.emplace_back();
+        node.prefix = prefix;
+        if (Node const* known = find(prefix)) {
+            static_cast<Record&>(node) = *known;
+        } else {
+            branch = prefix;
+        }
+    }
+    nodes_ = std::move(nodes);
+    deriveLinks();
+    deriveCounts();
+    if (branch) {
+        Node& made = nodes_[at(*branch)];
+        made.table = made.parent == none ? 0 : nodes_[made.parent].table;
+        made_.push_back(*branch);
+    }
+}
+
+/** In pre-order, what a node covers follows it without a gap, so the last that covers a node wins.
+ */
+void Model::deriveLinks() {
+    for (std::size_t i = 0; i < nodes_.size(); ++i) {
+        Node& node = nodes_[i];
+        for (node.end = i; node.end < nodes_.size(); ++node.end) {
+            Node& covered = nodes_[node.end];
+            if (!covers(node.prefix, covered.prefix)) {
+                break;
+            }
+            if (node.end != i) {
+                covered.parent = i;
+            }
+            if (node.partition) {
+                covered.home = i;
+            }
+        }
+    }
+    for (std::size_t i = 1; i < nodes_.size(); ++i) {
+        Node& parent = nodes_[nodes_[i].parent];
+        parent.child[bitAt(nodes_[i].prefix, parent.prefix.len)] = i;
+    }
+}
+
+/** A route counts in a node's partition count when no partition begins between the two. */
+void Model::deriveCounts() {
+    for (std::size_t i = 0; i < nodes_.size(); ++i) {
+        for (std::size_t j = i; j < nodes_[i].end; ++j) {
+            if (nodes_[j].route) {
+                ++nodes_[i].routeCount;
+                if (nodes_[j].home == none || nodes_[j].home <= i) {
+                    ++nodes_[i].partitionRouteCount;
+                }
+            }
+        }
+    }
+}
+
+}  // namespace TrieModel
