@@ -15,8 +15,8 @@ using Vexo::U64;
 /**
  * Shared allocator of small numbers: a counted bit set that grows as needed up to a limit. Setting
  * a set bit and clearing a clear one are allowed and change nothing. Memory: at most two bits for
- * each index up to the highest ever set. In thread-safe-pointer mode every operation locks, so threads may
- * share a bitmap.
+ * each index up to the highest ever set. In thread-safe-pointer mode every operation locks, so
+ * threads may share a bitmap.
  */
 class Bitmap final : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Bitmap> {
 public:

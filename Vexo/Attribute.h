@@ -135,7 +135,7 @@ AttributeStatus serveField(AttributeRequest& request) {
         return AttributeStatus::operationNotAllowed;
     }
     needOperands(request, 1);
-    Member value = unbox<Member>(request.operands[0], request.place);
+    auto value = unbox<Member>(request.operands[0], request.place);
     if (member != value) {
         member = std::move(value);
     }
@@ -251,8 +251,10 @@ AttributeStatus serveCollection(AttributeRequest& request) {
         Detail::needOperands(request, 1);
         return answer(C::erase(object, key()));
     case AttributeOperation::count:
+        Detail::needOperands(request, 0);
         return answer(U64{C::map(object).size()});
     case AttributeOperation::capacity:
+        Detail::needOperands(request, 0);
         return answer(U64{C::map(object).capacity()});
     case AttributeOperation::keyAt: {
         Detail::needOperands(request, 1);

@@ -169,9 +169,9 @@ Value valueFromText(FwkType const& type, String const& text) {
 
 U32 valueHash(Value const& value) {
     if (value.data() == nullptr) {
-        PtrInterface const* const object = value.object().get();
+        auto const address = reinterpret_cast<std::uintptr_t>(value.object().get());
         Hash hash;
-        hash.hashMix(&object, sizeof object);
+        hash.hashMix(&address, sizeof(address));
         return hash.result();
     }
     if (opsOf(value).hash == nullptr) {

@@ -20,6 +20,8 @@
  * must not be null unless it is said so.
  */
 
+/* NOLINTBEGIN(modernize-*): C, not C++. */
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -170,5 +172,7 @@ VexoStatus vexoTraceLevelsIs(char const* settings);
 #ifdef __cplusplus
 }
 #endif
+
+/* NOLINTEND(modernize-*) */
 
 #endif

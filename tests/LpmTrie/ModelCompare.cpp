@@ -65,8 +65,7 @@ void World::compareReports(Reports expected, Reports const& hooked,
     }
     agree("calls of the hook beside a collection", hooked, Reports{});
     std::ranges::sort(expected);
-    auto const repeated = std::ranges::unique(expected);
-    expected.erase(repeated.begin(), repeated.end());
+    expected.erase(std::unique(expected.begin(), expected.end()), expected.end());
     agree("moves collected", collectedReports(*moved), expected);
 }
 

@@ -24,8 +24,7 @@ std::vector<Prefix> Model::neededPrefixes() const {
         }
     }
     std::ranges::sort(needed);
-    auto const repeated = std::ranges::unique(needed);
-    needed.erase(repeated.begin(), repeated.end());
+    needed.erase(std::unique(needed.begin(), needed.end()), needed.end());
     return needed;
 }
 
