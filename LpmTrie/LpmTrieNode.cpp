@@ -1,8 +1,8 @@
+#include <LpmTrie/DescriptorText.h>
 #include <LpmTrie/LpmTrieNode.h>
 #include <LpmTrie/Module.h>
 #include <Vexo/Sassert.h>
 
-#include <cstdio>
 #include <ostream>
 #include <sstream>
 
@@ -77,16 +77,15 @@ String Node::stringValue() const {
 }
 
 void Node::dump(U32 bit, U32 level, U32 socket) const {
-    auto const file = static_cast<int>(socket);
     for (U32 above = 1; above < level; ++above) {
-        ::dprintf(file, "| ");
+        printTo(socket, "| ");
     }
     if (level > 0) {
-        ::dprintf(file, "|-");
+        printTo(socket, "|-");
     }
     std::ostringstream line;
     line << (bit == 3 ? "root" : bit == 0 ? "bit0" : "bit1") << " [" << stringValue() << "]\n";
-    ::dprintf(file, "%s", line.str().c_str());
+    printTo(socket, "%s", line.str().c_str());
 }
 
 void Node::failEyeCatcher(char const* signature, unsigned line) const {

@@ -5,9 +5,8 @@
  * start.
  */
 
+#include <LpmTrie/DescriptorText.h>
 #include <LpmTrie/Trie.h>
-
-#include <cstdio>
 
 namespace LpmTrie {
 
@@ -17,16 +16,12 @@ constexpr char const* rule = " ----------------------- \n";
 constexpr char const* longRule = " ------------------------------ \n";
 constexpr U32 startBit = 3;
 
-int fileOf(U32 socket) noexcept {
-    return static_cast<int>(socket);
-}
-
 }  // namespace
 
 void Trie::dump(U32 socket) {
-    ::dprintf(fileOf(socket), "\n%s", rule);
-    ::dprintf(fileOf(socket), " Dumping Trie %d\n", static_cast<int>(vrfId_));
-    ::dprintf(fileOf(socket), "%s", rule);
+    printTo(socket, "\n%s", rule);
+    printTo(socket, " Dumping Trie %d\n", static_cast<int>(vrfId_));
+    printTo(socket, "%s", rule);
     U32 count = 0;
     TrieTraversalReturnCode step(root_, startBit, 1);
     while (step.node() != nullptr && count < dumpLimit_) {
@@ -36,14 +31,14 @@ void Trie::dump(U32 socket) {
     }
     // Deliberate: said too when the trie has exactly that many nodes, and all were written.
     if (dumpLimit_ <= count) {
-        ::dprintf(fileOf(socket), " Trie has greater than %u nodes, ending output\n", dumpLimit_);
+        printTo(socket, " Trie has greater than %u nodes, ending output\n", dumpLimit_);
     }
 }
 
 void Trie::dumpPartition(U32 socket) {
-    ::dprintf(fileOf(socket), "\n%s", rule);
-    ::dprintf(fileOf(socket), " Dumping Trie %d Partitions\n", static_cast<int>(vrfId_));
-    ::dprintf(fileOf(socket), "%s", rule);
+    printTo(socket, "\n%s", rule);
+    printTo(socket, " Dumping Trie %d Partitions\n", static_cast<int>(vrfId_));
+    printTo(socket, "%s", rule);
     TrieTraversalReturnCode step(root_, startBit, 1);
     while (step.node() != nullptr) {
         if (step.node()->partitionNode() || step.node()->pendingState().removePartition()) {
@@ -54,10 +49,10 @@ void Trie::dumpPartition(U32 socket) {
 }
 
 void Trie::dumpPrefix(U32 socket, Nimbal::IpGenPrefix const& prefix) {
-    ::dprintf(fileOf(socket), "\n%s", longRule);
-    ::dprintf(fileOf(socket), " Dumping Trie %d Prefix %s\n", static_cast<int>(vrfId_),
-              prefix.stringValue().c_str());
-    ::dprintf(fileOf(socket), "%s", longRule);
+    printTo(socket, "\n%s", longRule);
+    printTo(socket, " Dumping Trie %d Prefix %s\n", static_cast<int>(vrfId_),
+            prefix.stringValue().c_str());
+    printTo(socket, "%s", longRule);
     Node* const startNode = findPartitionNode(prefix, false).node();
     if (startNode == nullptr) {
         return;

@@ -13,13 +13,15 @@
 namespace LpmTrie {
 
 namespace {
-constexpr char const* signature =
+constexpr char const* removeNodeSignature =
     "LpmTrie::TrieNodeReturnCode LpmTrie::Trie::removeNode(LpmTrie::Node*, bool)";
 }
 
 TrieNodeReturnCode Trie::remove(Nimbal::IpGenPrefix const& prefix) {
-    LPM_TRACE(8, "LpmTrie::TrieNodeReturnCode LpmTrie::Trie::remove(const Nimbal::IpGenPrefix&)",
-              " prefix:", prefix);
+    static constexpr char const* signature =
+        "LpmTrie::TrieNodeReturnCode LpmTrie::Trie::remove(const Nimbal::IpGenPrefix&)";
+    LPM_TRACE(8, signature, " prefix:", prefix);
+    LPM_ASSERT_NOT_IN_HOOK();
     if (root_ == nullptr) {
         LPM_TRACE(7, "no root");
         return {};
@@ -32,6 +34,7 @@ TrieNodeReturnCode Trie::remove(Nimbal::IpGenPrefix const& prefix) {
 }
 
 TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
+    static constexpr char const* signature = removeNodeSignature;
     LPM_TRACE(8, signature, " node:", node, " removePartition:", removePartition);
     LPM_ASSERT_NOT_IN_HOOK();
     if (node->fibRoute()) {
@@ -55,6 +58,7 @@ TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
 }
 
 void Trie::compact(Node* node) {
+    static constexpr char const* signature = removeNodeSignature;
     while (node->internal() && !node->pendingState().removePartition()) {
         if (node->bitNode(0) != nullptr && node->bitNode(1) != nullptr) {
             return;

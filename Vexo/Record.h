@@ -46,7 +46,16 @@ concept Record = requires {
     R::fwkType_.name();
 };
 
+/** Declared before its use for fields that are records themselves. */
+template <Record R>
+String valueToStrep(R const& record);
+
 namespace Detail {
+
+/** "Value('Type', ** {", what a framed record's text begins with. */
+String recordHead(FwkType const& type);
+/** "'name': ", with ", " in front for a field that is not the first. */
+String fieldHead(char const* name, bool first);
 
 template <class F>
 constexpr bool printed = !std::is_pointer_v<typename F::Member>;
@@ -63,9 +72,7 @@ template <Record R, class F>
 void appendField(String& text, bool framed, R const& record, F const& field) {
     if constexpr (printed<F>) {
         if (framed) {
-            text += text.back() == '{' ? "'" : ", '";
-            text += field.name;
-            text += "': ";
+            text += fieldHead(field.name, text.back() == '{');
         }
         text += valueToStrep(record.*field.member);
     }
@@ -74,7 +81,7 @@ void appendField(String& text, bool framed, R const& record, F const& field) {
 template <Record R, class F>
 void readField(CharRange& range, bool framed, bool first, R& record, F const& field) {
     if (framed) {
-        range.needString(String(first ? "'" : ", '") + field.name + "': ");
+        range.needString(fieldHead(field.name, first));
     }
     record.*field.member = deserializeAttr<typename F::Member>(range, field.name);
 }
@@ -84,7 +91,7 @@ void readField(CharRange& range, bool framed, bool first, R& record, F const& fi
 template <Record R>
 String recordToStrep(R const& record) {
     constexpr bool framed = Detail::printedFields<R> != 1;
-    String text = framed ? String("Value('") + R::fwkType_.name() + "', ** {" : String();
+    String text = framed ? Detail::recordHead(R::fwkType_) : String();
     std::apply(
         [&](auto const&... fields) { (Detail::appendField(text, framed, record, fields), ...); },
         R::fields());
@@ -99,7 +106,7 @@ template <Record R>
 void readRecord(CharRange& range, R& record) {
     constexpr bool framed = std::tuple_size_v<decltype(R::fields())> != 1;
     if (framed) {
-        range.needString(String("Value('") + R::fwkType_.name() + "', ** {");
+        range.needString(Detail::recordHead(R::fwkType_));
     }
     bool first = true;
     std::apply(

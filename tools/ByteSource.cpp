@@ -6,6 +6,7 @@
  */
 
 #include <tools/ByteSource.h>
+#include <tools/Output.h>
 
 #include <bzlib.h>
 #include <fcntl.h>
@@ -216,7 +217,7 @@ private:
 }  // namespace
 
 std::string inputName(std::string const& path) {
-    return path == "-" ? "standard input" : path;
+    return path == "-" ? "standard input" : onOneLine(path);
 }
 
 std::unique_ptr<ByteSource> openInput(std::string const& path) {

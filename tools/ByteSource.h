@@ -21,7 +21,7 @@ public:
     virtual std::size_t read(std::span<char> buffer) = 0;
 };
 
-/** The name under which an input is reported: "-" is standard input. */
+/** The name under which an input is reported, on one line: "-" is standard input. */
 std::string inputName(std::string const& path);
 
 /**

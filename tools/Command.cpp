@@ -11,8 +11,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
+#include <limits>
+#include <sstream>
 
 namespace LpmTools {
 
@@ -21,6 +25,12 @@ namespace {
 constexpr int statusDone = 0;
 constexpr int statusFailed = 1;
 constexpr int statusMisused = 2;
+
+/** Tells in one line why the command ends with `status`. */
+int fail(std::string const& why, int status) {
+    std::cerr << "lpmtrie: " << onOneLine(why) << '\n';
+    return status;
+}
 
 /** Where the routes come from, and how they are cut; the same for every subcommand that reads. */
 struct Source {
@@ -33,24 +43,41 @@ struct Source {
     U32 bucket = 512;
 };
 
-void addGeneratorOptions(CLI::App& app, Source& source) {
-    app.add_option("--ipv4", source.ipv4, "IPv4 routes to generate")->capture_default_str();
-    app.add_option("--ipv6", source.ipv6, "IPv6 routes to generate")->capture_default_str();
-    app.add_option("--seed", source.seed, "Seed: the same one gives the same table")
-        ->capture_default_str();
+/** Takes decimal numbers alone: the option parser itself takes octal ones and bends large ones. */
+template <class Number>
+CLI::Option* addNumber(CLI::App& app, char const* name, Number& number, char const* help,
+                       Number least = 0) {
+    auto const check = [least](std::string const& text) {
+        Number value = 0;
+        char const* const end = text.data() + text.size();
+        auto const result = std::from_chars(text.data(), end, value);
+        bool const good = result.ec == std::errc() && result.ptr == end && value >= least &&
+                          text == std::to_string(value);
+        return good ? std::string()
+                    : text + " is no number from " + std::to_string(least) + " to " +
+                          std::to_string(std::numeric_limits<Number>::max());
+    };
+    return app.add_option(name, number, help)->check(check)->capture_default_str();
+}
+
+std::array<CLI::Option*, 3> addGeneratorOptions(CLI::App& app, Source& source) {
+    return {addNumber(app, "--ipv4", source.ipv4, "IPv4 routes to generate"),
+            addNumber(app, "--ipv6", source.ipv6, "IPv6 routes to generate"),
+            addNumber(app, "--seed", source.seed, "Seed: the same one gives the same table")};
 }
 
 void addSourceOptions(CLI::App& app, Source& source) {
     app.add_option("file", source.files,
                    "Tables, one prefix a line; gzip and bzip2 are recognised by content; - or no "
                    "file: standard input");
-    app.add_option("--bucket", source.bucket, "Most routes of a partition")
-        ->check(CLI::Range(U32{1}, ~U32{0}))
-        ->capture_default_str();
+    addNumber(app, "--bucket", source.bucket, "Most routes of a partition", U32{1});
     app.add_flag("--strict", source.table.strict, "Refuse prefixes with host bits set");
     app.add_flag("--keep-going", source.table.keepGoing, "Skip and count bad lines");
-    app.add_flag("--builtin", source.builtin, "Load a generated table instead of files");
-    addGeneratorOptions(app, source);
+    auto* const builtin =
+        app.add_flag("--builtin", source.builtin, "Load a generated table instead of files");
+    for (CLI::Option* const option : addGeneratorOptions(app, source)) {
+        option->needs(builtin);
+    }
 }
 
 Table generate(Source const& source) {
@@ -64,7 +91,7 @@ Table generate(Source const& source) {
 Table read(Source const& source) {
     if (source.builtin) {
         if (!source.files.empty()) {
-            throw CLI::ValidationError("--builtin", "takes no files");
+            throw std::invalid_argument("--builtin takes no files");
         }
         return generate(source);
     }
@@ -114,7 +141,10 @@ void dumpFamily(Nimbal::AddressFamily af, std::vector<Nimbal::IpGenPrefix> const
     for (Nimbal::IpGenPrefix const& prefix : prefixes) {
         table.insert(prefix);
     }
-    writeThrough(STDOUT_FILENO, [&](int socket) { dump(table.trie(), static_cast<U32>(socket)); });
+    // A dump takes no notice of errors: the rest of a large one would still take its time.
+    writeThrough(
+        STDOUT_FILENO, [&](int socket) { dump(table.trie(), static_cast<U32>(socket)); },
+        [](OutputError const& error) { std::_Exit(fail(error.what(), statusFailed)); });
 }
 
 int dumpTables(Source const& source, Dump const& dump) {
@@ -151,18 +181,15 @@ public:
     int run(int argumentCount, char const* const* arguments) {
         try {
             app_.parse(argumentCount, arguments);
-            return run_();
+        } catch (CLI::Success const& askedForHelp) {
+            std::ostringstream help;
+            app_.exit(askedForHelp, help);
+            writeAll(STDOUT_FILENO, help.str());
+            return statusDone;
         } catch (CLI::ParseError const& error) {
-            return misused(error);
-        } catch (BadLine const& error) {
-            return fail(error.what(), statusMisused);
-        } catch (Vexo::RangeException const& error) {
-            return fail(error.what(), statusMisused);
-        } catch (std::invalid_argument const& error) {
-            return fail(error.what(), statusMisused);
-        } catch (std::exception const& error) {
-            return fail(error.what(), statusFailed);
+            throw std::invalid_argument(whyMisused(error) + " (see lpmtrie --help)");
         }
+        return run_();
     }
 
 private:
@@ -183,7 +210,7 @@ private:
 
     void addDumps() {
         auto* const whole = app_.add_subcommand("dump", "Draws the trie of each family's table");
-        whole->add_option("--limit", limit_, "Most nodes of a drawing")->capture_default_str();
+        addNumber(*whole, "--limit", limit_, "Most nodes of a drawing");
         addSourceOptions(*whole, source_);
         whole->callback([this] {
             run_ = [this] {
@@ -208,17 +235,10 @@ private:
         prefix->callback([this] { run_ = [this] { return dumpPrefix(source_, prefix_); }; });
     }
 
-    /** Help is no error; everything else is one line and the status of misuse. */
-    int misused(CLI::ParseError const& error) const {
-        if (error.get_exit_code() == 0) {
-            return app_.exit(error);
-        }
-        return fail(std::string(error.what()) + " (see lpmtrie --help)", statusMisused);
-    }
-
-    static int fail(std::string const& why, int status) {
-        std::cerr << "lpmtrie: " << why << '\n';
-        return status;
+    std::string whyMisused(CLI::ParseError const& error) const {
+        // Of a word that is no command, the option parser only tells that a command is missing.
+        auto const unknown = app_.remaining();
+        return unknown.empty() ? error.what() : CLI::ExtrasError({unknown.front()}).what();
     }
 
     CLI::App app_{"Divides IP routing tables over bounded hardware buckets", "lpmtrie"};
@@ -234,7 +254,22 @@ private:
 int runCommand(int argumentCount, char const* const* arguments) {
     // A pipe that nobody reads is told as an error of writing, not as the process's death.
     std::signal(SIGPIPE, SIG_IGN);
-    return Command().run(argumentCount, arguments);
+    // So is a file that must not grow any more.
+    std::signal(SIGXFSZ, SIG_IGN);
+    sealClosedStreams();
+    try {
+        return Command().run(argumentCount, arguments);
+    } catch (BadLine const& error) {
+        return fail(error.what(), statusMisused);
+    } catch (Vexo::RangeException const& error) {
+        return fail(error.what(), statusMisused);
+    } catch (std::invalid_argument const& error) {
+        return fail(error.what(), statusMisused);
+    } catch (std::bad_alloc const&) {
+        return fail("out of memory", statusFailed);
+    } catch (std::exception const& error) {
+        return fail(error.what(), statusFailed);
+    }
 }
 
 }  // namespace LpmTools

@@ -37,7 +37,8 @@ double perRoute(U64 number, FamilyReport const& report) {
 
 void addLine(std::string& text, char const* label, std::string const& number,
              std::string const& rest) {
-    text += Vexo::formatString("  %-14s %12s  %s\n", label, number.c_str(), rest.c_str());
+    text += Vexo::formatString("  %-14s %12s%s%s\n", label, number.c_str(),
+                               rest.empty() ? "" : "  ", rest.c_str());
 }
 
 /** One bar a tenth, the longest of 40 characters. */

@@ -1,5 +1,8 @@
 #include <tools/Output.h>
 
+#include <Vexo/Types.h>
+
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
@@ -17,30 +20,76 @@ namespace {
     throw OutputError(std::string(what) + ": " + std::strerror(errno));
 }
 
-/** Reads the pipe to its end and passes it on; closes it at once when that fails. */
-void passOn(int from, int to) {
-    std::array<char, 65536> block{};
-    try {
-        for (;;) {
-            ssize_t const count = ::read(from, block.data(), block.size());
-            if (count == 0) {
-                break;
-            }
-            if (count < 0 && errno != EINTR) {
-                failWith("cannot read a pipe");
-            }
-            if (count > 0) {
-                writeAll(to, std::string_view(block.data(), static_cast<std::size_t>(count)));
-            }
+class Pipe {
+public:
+    Pipe() {
+        if (::pipe(ends_.data()) != 0) {
+            failWith("cannot make a pipe");
         }
-    } catch (...) {
-        ::close(from);
-        throw;
     }
-    ::close(from);
+    Pipe(Pipe const&) = delete;
+    Pipe& operator=(Pipe const&) = delete;
+    ~Pipe() {
+        closeReading();
+        closeWriting();
+    }
+
+    int reading() const noexcept { return ends_[0]; }
+    int writing() const noexcept { return ends_[1]; }
+    void closeReading() noexcept { close(ends_[0]); }
+    void closeWriting() noexcept { close(ends_[1]); }
+
+private:
+    static void close(int& end) noexcept {
+        if (end >= 0) {
+            ::close(end);
+            end = -1;
+        }
+    }
+
+    std::array<int, 2> ends_{};
+};
+
+/** Reads the pipe to its end and passes it on. */
+void passOn(Pipe const& pipe, int to) {
+    std::array<char, 65536> block{};
+    for (;;) {
+        ssize_t const count = ::read(pipe.reading(), block.data(), block.size());
+        if (count == 0) {
+            return;
+        }
+        if (count < 0 && errno != EINTR) {
+            failWith("cannot read a pipe");
+        }
+        if (count > 0) {
+            writeAll(to, std::string_view(block.data(), static_cast<std::size_t>(count)));
+        }
+    }
 }
 
 }  // namespace
+
+std::string onOneLine(std::string_view text) {
+    std::string line;
+    for (char const c : text) {
+        auto const code = static_cast<unsigned char>(c);
+        if (code < 0x20 || code == 0x7f) {
+            line += Vexo::formatString("\\x%02x", unsigned{code});
+        } else {
+            line += c;
+        }
+    }
+    return line;
+}
+
+void sealClosedStreams() {
+    for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file) {
+        if (::fcntl(file, F_GETFD) < 0) {
+            // The lowest free number is this very one. Opened for what nobody will do with it.
+            ::open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
 
 void writeAll(int file, std::string_view text) {
     while (!text.empty()) {
@@ -52,28 +101,33 @@ void writeAll(int file, std::string_view text) {
     }
 }
 
-void writeThrough(int file, std::function<void(int)> const& writer) {
-    std::array<int, 2> ends{};
-    if (::pipe(ends.data()) != 0) {
-        failWith("cannot make a pipe");
-    }
+void writeThrough(int file, std::function<void(int)> const& writer,
+                  std::function<void(OutputError const&)> const& onLoss) {
+    Pipe pipe;
     std::exception_ptr writerError;
     std::thread worker([&] {
         try {
-            writer(ends[1]);
+            writer(pipe.writing());
         } catch (...) {
             writerError = std::current_exception();
         }
-        ::close(ends[1]);
+        pipe.closeWriting();
     });
     std::exception_ptr outputError;
     try {
-        passOn(ends[0], file);
+        passOn(pipe, file);
+    } catch (OutputError const& error) {
+        if (onLoss) {
+            onLoss(error);
+        }
+        outputError = std::current_exception();
     } catch (...) {
         outputError = std::current_exception();
     }
+    // A writer that waits for room in the pipe hears at once that nobody reads it.
+    pipe.closeReading();
     worker.join();
-    for (std::exception_ptr const& error : {writerError, outputError}) {
+    for (std::exception_ptr const& error : {outputError, writerError}) {
         if (error) {
             std::rethrow_exception(error);
         }

@@ -48,6 +48,7 @@ LpmTrie::PartitionId::Ptr PartitionedTable::newPartitionId() {
 }
 
 void PartitionedTable::insert(Nimbal::IpGenPrefix const& prefix) {
+    moved_->nodeInfoDelAll();
     Node* const partitionNode = trie_->findPartitionNode(prefix, false).partitionNode();
     trie_->insert(prefix, partitionNode, true, false, partitionNode->partitionId(),
                   partitionNode->hwTable());
@@ -71,7 +72,6 @@ void PartitionedTable::cut(Node* partitionNode) {
     trie_->updateNewPartition(node, moved_, false);
     node->pendingStateIs(LpmTrie::PendingState());
     movedRoutes_ += moved_->nodeInfo().size();
-    moved_->nodeInfoDelAll();
 }
 
 bool PartitionedTable::find(Nimbal::IpGenPrefix const& prefix) {

@@ -46,6 +46,8 @@ public:
     LpmTrie::Trie& trie() noexcept { return *trie_; }
     /** Routes that have changed their partition so far, the cut nodes' own included. */
     U64 movedRoutes() const noexcept { return movedRoutes_; }
+    /** Those that the last insertion has moved. */
+    LpmTrie::TrieNodesInfo::Map const& lastMoves() const noexcept { return moved_->nodeInfo(); }
     TableFigures figures();
 
 private:

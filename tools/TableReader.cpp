@@ -1,5 +1,6 @@
 #include <tools/TableReader.h>
 
+#include <Vexo/CharRange.h>
 #include <Vexo/RangeException.h>
 
 #include <array>
@@ -10,7 +11,10 @@ namespace LpmTools {
 
 namespace {
 
-/** No prefix is longer; a longer line is cut here and told as bad, so that memory stays bounded. */
+/**
+ * Longer lines are cut, so that memory stays bounded. What is cut off must be comment, or the line
+ * is bad.
+ */
 constexpr std::size_t longestLine = 512;
 
 /** Cuts a stream into lines. What `line` gives is good until the next call. */
@@ -34,6 +38,8 @@ public:
         return any;
     }
     std::string_view line() const noexcept { return line_; }
+    /** What `line` gives is not all of it. */
+    bool isCut() const noexcept { return line_.size() > longestLine; }
     U64 number() const noexcept { return number_; }
 
 private:
@@ -75,12 +81,8 @@ public:
         LineReader reader(path);
         while (reader.next()) {
             ++table_.lines;
-            std::string_view const text = trimmed(reader.line());
-            if (text.empty()) {
-                continue;
-            }
             try {
-                addPrefix(text);
+                addLine(reader);
             } catch (Vexo::RangeException const& error) {
                 addBadLine(inputName(path) + ":" + std::to_string(reader.number()) + ": " +
                            error.what());
@@ -90,6 +92,19 @@ public:
     Table take() { return std::move(table_); }
 
 private:
+    void addLine(LineReader const& reader) {
+        std::string_view const line = reader.line();
+        std::string_view const text = trimmed(line);
+        if (reader.isCut() && line.find('#') == std::string_view::npos) {
+            throw Vexo::RangeException(
+                Vexo::quotedForMessage(text) +
+                Vexo::formatString(": the line is longer than %zu characters", longestLine));
+        }
+        if (!text.empty()) {
+            addPrefix(text);
+        }
+    }
+
     void addPrefix(std::string_view text) {
         bool cleared = false;
         auto const prefix = options_.strict

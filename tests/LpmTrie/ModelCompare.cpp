@@ -38,13 +38,15 @@ std::vector<TrieNode*> nodesOf(TrieNode* root, std::size_t most) {
 
 }  // namespace
 
-void World::compare(Reports const& expected, TrieNodesInfo::Ptr const& moved) {
+void World::compare(Reports const& expected, TrieNodesInfo::Ptr const& moved,
+                    MaybePrefix const& inserted) {
     ++steps_;
     {
         RecordingTrie::Calls const calls = trie_->takeCalls();
         agree("nodes made", calls.made, model_.made());
         agree("nodes freed", calls.freed, model_.freed());
         compareReports(expected, hookReports(calls.moves), moved);
+        compareWithLabels(expected, inserted);
     }
     if (moved) {
         moved->nodeInfoDelAll();
@@ -69,6 +71,25 @@ void World::compareReports(Reports expected, Reports const& hooked,
     agree("moves collected", collectedReports(*moved), expected);
 }
 
+/**
+ * The reports tell each route that stayed but changed its label, and beyond that only such as had
+ * the new label already. An insertion does not report the node that it makes a partition.
+ */
+void World::compareWithLabels(Reports told, MaybePrefix const& inserted) {
+    std::erase_if(told, [](Report const& report) { return report.oldLabel == report.newLabel; });
+    std::ranges::sort(told);
+    Reports changed;
+    for (Node const& before : before_) {
+        Node const* const after = before.route ? model_.find(before.prefix) : nullptr;
+        if (after != nullptr && after->route && after->label != before.label &&
+            before.prefix != inserted) {
+            changed.push_back({before.prefix, before.label, after->label, after->table});
+        }
+    }
+    agree("moves by reports and by labels", told, changed);
+    before_ = model_.nodes();
+}
+
 Reports World::hookReports(std::vector<RecordingTrie::Move> const& moves) const {
     Reports reports;
     for (RecordingTrie::Move const& move : moves) {
@@ -84,6 +105,10 @@ Reports World::collectedReports(TrieNodesInfo const& moved) {
         LpmTrie::TrieNodeInfo const& info = entry.key();
         Prefix const prefix = modelPrefix(info.prefixRef()->prefix());
         TrieNode const* const node = nodeAt(prefix);
+        if (node == nullptr) {
+            agree({"a node is there for", prefix}, false, true);
+            continue;
+        }
         agree({"the holder is the node's own,", prefix}, info.prefixRef() == node->prefixRef(),
               true);
         agree({"value of the entry for", prefix}, entry.value(), true);

@@ -153,8 +153,8 @@ TEST_P(ModelTest, randomOperationsLeaveTheTrieAsTheModelSays) {
         steps[kind] += world.steps() - stepsBefore;
         routes += world.model().empty() ? 0 : world.model().nodes().front().routeCount;
         if (!world.disagreement().empty()) {
-            FAIL() << "operation " << i << " of seed " << seed_ << ": " << world.disagreement()
-                   << "\nNeeded for a difference: " << shrunk(GetParam(), journal_);
+            ADD_FAILURE() << "operation " << i << ": " << world.disagreement();
+            FAIL() << "Needed for a difference: " << shrunk(GetParam(), journal_);
         }
     }
     if (operations_ >= 10'000) {

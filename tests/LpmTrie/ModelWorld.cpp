@@ -21,7 +21,7 @@ MaybePrefix prefixOf(TrieNode const* node) {
 }  // namespace
 
 World::World(Nimbal::AddressFamily af, Model model)
-    : trie_(new RecordingTrie(af)), model_(std::move(model)) {
+    : trie_(new RecordingTrie(af)), model_(std::move(model)), before_(model_.nodes()) {
     std::vector<TrieNode*> nodes;
     for (Node const& wanted : model_.nodes()) {
         TrieNode* const node =
@@ -59,7 +59,7 @@ void World::insert(Prefix const& prefix, MaybePrefix const& start, bool route, b
     Reports reports;
     Found const expected = model_.insert(prefix, route, partition, label, table, reports);
     agree("insert", found(code), expected);
-    compare(reports, nullptr);
+    compare(reports, nullptr, prefix);
 }
 
 void World::remove(Prefix const& prefix) {
@@ -209,13 +209,13 @@ Removed World::removed(LpmTrie::TrieNodeReturnCode const& code) const {
     return {prefixOf(code.node()), code.success};
 }
 
-/** Follows the bits of a prefix that has a node. */
+/** Follows the bits of a prefix to its node. */
 TrieNode* World::nodeAt(Prefix const& prefix) const {
     TrieNode* node = trie_->root();
-    while (modelPrefix(*node) != prefix) {
+    while (node != nullptr && node->len() < prefix.len) {
         node = node->bitNode(bitAt(prefix, node->len()));
     }
-    return node;
+    return node != nullptr && modelPrefix(*node) == prefix ? node : nullptr;
 }
 
 }  // namespace TrieModel

@@ -70,9 +70,11 @@ private:
 
     void startPartition(LpmTrie::Node* node, Label label, LpmTrie::TrieNodesInfo::Ptr const& moved);
     void fold(LpmTrie::Node* node, bool later, LpmTrie::TrieNodesInfo::Ptr const& moved);
-    void compare(Reports const& expected, LpmTrie::TrieNodesInfo::Ptr const& moved);
+    void compare(Reports const& expected, LpmTrie::TrieNodesInfo::Ptr const& moved,
+                 MaybePrefix const& inserted = {});
     void compareReports(Reports expected, Reports const& hooked,
                         LpmTrie::TrieNodesInfo::Ptr const& moved);
+    void compareWithLabels(Reports told, MaybePrefix const& inserted);
     Reports hookReports(std::vector<RecordingTrie::Move> const& moves) const;
     Reports collectedReports(LpmTrie::TrieNodesInfo const& moved);
     void compareState();
@@ -119,6 +121,7 @@ private:
     Torvel::Bitmap::Ptr const bitmap_ = Torvel::Bitmap::BitmapIs();
     Vexo::Ptr<RecordingTrie> const trie_;
     Model model_;
+    std::vector<Node> before_;  // the last step
     /** By their place in the bitmap, those that nodes hold. Not counted here. */
     struct KnownId {
         Label label = 0;
