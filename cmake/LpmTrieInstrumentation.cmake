@@ -8,7 +8,8 @@ if(LPMTRIE_SANITIZE)
         -fsanitize=${LPMTRIE_SANITIZE}
         -fno-sanitize-recover=all
         -fno-omit-frame-pointer
-        -O1)
+        -O1
+        -g1)
     target_compile_definitions(lpmtrie_instrumentation INTERFACE _GLIBCXX_ASSERTIONS)
     target_link_options(lpmtrie_instrumentation INTERFACE -fsanitize=${LPMTRIE_SANITIZE})
 endif()
