@@ -89,7 +89,7 @@ void callWithOperands(AttributeRequest& request, std::index_sequence<I...>) {
         call();
         *request.result = Value();
     } else {
-        *request.result = box<std::remove_cvref_t<typename S::Result>>(call());
+        *request.result = boxResult<std::remove_cvref_t<typename S::Result>>(call);
     }
 }
 
@@ -249,7 +249,8 @@ AttributeStatus serveCollection(AttributeRequest& request) {
         return AttributeStatus::done;
     case AttributeOperation::erase:
         Detail::needOperands(request, 1);
-        return answer(C::erase(object, key()));
+        *request.result = boxResult<bool>([&] { return C::erase(object, key()); });
+        return AttributeStatus::done;
     case AttributeOperation::count:
         Detail::needOperands(request, 0);
         return answer(U64{C::map(object).size()});

@@ -3,6 +3,7 @@
 #include <Vexo/Hash.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace Vexo {
 
@@ -42,6 +43,22 @@ ValueOps const& opsOf(Value const& value) {
     return *value.type()->description().value;
 }
 
+/** The row that a name reaches, served or not: the most derived type's; null when there is none. */
+Attribute const* rowOf(FwkType const& type, std::string_view name) {
+    for (FwkType const* at = &type; at != nullptr; at = at->description().base) {
+        for (Attribute const& row : at->description().attributes) {
+            if (name == row.name) {
+                return &row;
+            }
+        }
+    }
+    return nullptr;
+}
+
+[[noreturn]] void throwNoText(FwkType const& type) {
+    throw ConversionException(String(type.name()) + " has no text form");
+}
+
 AttributeStatus referenceOperation(Value const& self, AttributeOperation operation,
                                    std::span<Value const> operands, Value* result) {
     if (operation == AttributeOperation::truth) {
@@ -58,21 +75,16 @@ AttributeStatus referenceOperation(Value const& self, AttributeOperation operati
 }  // namespace
 
 Attribute const* findAttribute(FwkType const& type, String const& name) {
-    for (FwkType const* at = &type; at != nullptr; at = at->description().base) {
-        for (Attribute const& row : at->description().attributes) {
-            if (name == row.name) {
-                return row.serve != nullptr ? &row : nullptr;
-            }
-        }
-    }
-    return nullptr;
+    Attribute const* const row = rowOf(type, name);
+    return row != nullptr && row->serve != nullptr ? row : nullptr;
 }
 
 U32 attributeNumber(FwkType const& type, String const& name) {
+    Attribute const* const wanted = rowOf(type, name);
     U32 number = firstNumber;
     for (FwkType const* at : lineageOf(type)) {
         for (Attribute const& row : at->description().attributes) {
-            if (name == row.name) {
+            if (&row == wanted) {
                 return number;
             }
             ++number;
@@ -85,7 +97,8 @@ std::vector<Attribute const*> servedAttributes(FwkType const& type) {
     std::vector<Attribute const*> served;
     for (FwkType const* at : lineageOf(type)) {
         for (Attribute const& row : at->description().attributes) {
-            if (row.serve != nullptr) {
+            // Not one that a derived type declares anew.
+            if (row.serve != nullptr && rowOf(type, row.name) == &row) {
                 served.push_back(&row);
             }
         }
@@ -139,27 +152,38 @@ AttributeStatus valueOperation(Value const& self, AttributeOperation operation,
     auto const compare = operation == AttributeOperation::equal  ? ops.equal
                          : operation == AttributeOperation::less ? ops.less
                                                                  : nullptr;
-    if (compare == nullptr || operands.size() != 1) {
+    if (compare == nullptr) {
         return AttributeStatus::operationNotAllowed;
     }
+    auto const place = [&] { return String("comparison of ") + self.type()->name(); };
+    if (operands.size() != 1) {
+        throw ConversionException(place(), "1 operand", std::to_string(operands.size()));
+    }
     if (operands[0].data() == nullptr || operands[0].type() != self.type()) {
-        throw ConversionException(String("comparison of ") + self.type()->name(),
-                                  self.type()->name(), operands[0].typeName());
+        throw ConversionException(place(), self.type()->name(), operands[0].typeName());
     }
     answer(result, compare(self.data(), operands[0].data()));
     return AttributeStatus::done;
 }
 
 String valueText(Value const& value) {
-    return value.data() != nullptr ? opsOf(value).text(value.data())
-                                   : objectToStrep(value.object().get());
+    if (value.data() == nullptr) {
+        return objectToStrep(value.object().get());
+    }
+    if (opsOf(value).text == nullptr) {
+        throwNoText(*value.type());
+    }
+    return opsOf(value).text(value.data());
 }
 
 Value valueFromText(FwkType const& type, String const& text) {
+    ValueOps const* const ops = type.description().value;
+    if (ops != nullptr && ops->parse == nullptr) {
+        throwNoText(type);
+    }
     CharRange range(text);
-    Value value = type.description().value != nullptr
-                      ? Value::adopt(type, type.description().value->parse(range))
-                      : Value::reference(type, sequenceToValueOfPtr(range));
+    Value value = ops != nullptr ? Value::adopt(type, ops->parse(range))
+                                 : Value::reference(type, sequenceToValueOfPtr(range));
     if (value.object() && !value.type()->isA(type)) {
         CharRange::cannotConvert(range, type);
     }
@@ -182,7 +206,9 @@ U32 valueHash(Value const& value) {
 
 Value createByType(FwkType const& type, std::span<Value const> operands) {
     TypeDescription const& description = type.description();
-    if (operands.empty() && description.value != nullptr) {
+    bool const hasDefault =
+        description.value != nullptr && description.value->makeDefault != nullptr;
+    if (operands.empty() && hasDefault) {
         return Value::adopt(type, description.value->makeDefault());
     }
     if (description.constructor == nullptr) {

@@ -96,7 +96,7 @@ FwkType const* findType(String const& qualifiedName) {
 AttributeStatus callFunction(FwkModule const& module, String const& function,
                              std::span<Value const> operands, Value* result) {
     for (Attribute const& row : registeredFunctions(module)) {
-        if (function == row.name) {
+        if (function == row.name && row.serve != nullptr) {
             Value unused;
             AttributeRequest request{nullptr,  AttributeOperation::call,
                                      operands, result != nullptr ? result : &unused,

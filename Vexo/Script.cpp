@@ -5,6 +5,7 @@
 #include <Vexo/TrackedAllocation.h>
 
 #include <algorithm>
+#include <memory>
 #include <new>
 
 /*
@@ -80,11 +81,25 @@ VexoAttribute const* handle(Attribute const* attribute) noexcept {
     return reinterpret_cast<VexoAttribute const*>(attribute);
 }
 
-VexoStatus give(Value value, VexoValue** out) {
-    if (out != nullptr) {
-        *out = reinterpret_cast<VexoValue*>(new Value(std::move(value)));
+/** A slot for the caller, made before a call whose result it is to hold. */
+class Room {
+public:
+    explicit Room(VexoValue** out) : out_(out), slot_(out != nullptr ? new Value : nullptr) {}
+    VexoStatus give(Value value) noexcept {
+        if (slot_ != nullptr) {
+            slot_->swap(value);
+            *out_ = reinterpret_cast<VexoValue*>(slot_.release());
+        }
+        return VEXO_DONE;
     }
-    return VEXO_DONE;
+
+private:
+    VexoValue** out_;
+    std::unique_ptr<Value> slot_;
+};
+
+VexoStatus give(Value value, VexoValue** out) {
+    return Room(out).give(std::move(value));
 }
 
 /** Element `index` of a listing that is made anew; null past its end and when memory ends. */
@@ -200,8 +215,12 @@ VexoType const* vexoModuleType(VexoModule const* module, size_t index) {
     return handle(elementOf([&] { return registeredTypes(of(module)); }, index));
 }
 VexoAttribute const* vexoModuleFunction(VexoModule const* module, size_t index) {
-    auto const functions = registeredFunctions(of(module));
-    return index < functions.size() ? handle(&functions[index]) : nullptr;
+    for (Attribute const& function : registeredFunctions(of(module))) {
+        if (function.serve != nullptr && index-- == 0) {
+            return handle(&function);
+        }
+    }
+    return nullptr;
 }
 
 VexoType const* vexoFindType(char const* name) {
@@ -317,7 +336,10 @@ int vexoIsNull(VexoValue const* value) {
     return of(value).data() == nullptr && !of(value).object() ? 1 : 0;
 }
 VexoStatus vexoToBool(VexoValue const* value, int* out) {
-    return guarded([&] { return into(out)(of(value)); });
+    return guarded([&] {
+        *out = unbox<bool>(of(value), "slot") ? 1 : 0;
+        return VEXO_DONE;
+    });
 }
 VexoStatus vexoToNumber(VexoValue const* value, uint64_t* out) {
     return guarded([&] {
@@ -366,17 +388,19 @@ VexoStatus vexoSet(VexoValue* self, char const* attribute, VexoValue const* oper
 VexoStatus vexoCall(VexoValue* self, char const* attribute, VexoValue const* const* operands,
                     size_t count, VexoValue** out) {
     return guarded([&] {
+        Room room(out);
         return request(self, attribute, AttributeOperation::call, copiesOf(operands, count),
-                       into(out));
+                       [&](Value result) { return room.give(std::move(result)); });
     });
 }
 VexoStatus vexoCallFunction(VexoModule const* module, char const* function,
                             VexoValue const* const* operands, size_t count, VexoValue** out) {
     return guarded([&] {
+        Room room(out);
         Value result;
         auto const status = callFunction(of(module), function, copiesOf(operands, count), &result);
         return status == AttributeStatus::done
-                   ? give(std::move(result), out)
+                   ? room.give(std::move(result))
                    : refused(status, of(module).name(), function, AttributeOperation::call);
     });
 }

@@ -99,6 +99,15 @@ Value boxNumber(U64 number) {
                : Value::adopt(u64Type, new U64(number));
 }
 
+Value NumberRoom::box(U64 number) noexcept {
+    if (wide_ != nullptr && number > std::numeric_limits<U32>::max()) {
+        *wide_ = number;
+        return Value::adopt(u64Type, wide_.release());
+    }
+    *narrow_ = static_cast<U32>(number);
+    return Value::adopt(u32Type, narrow_.release());
+}
+
 U64 unboxNumber(Value const& slot, String const& place, U64 largest) {
     U64 number = 0;
     if (slot.data() != nullptr && slot.type() == &u32Type) {

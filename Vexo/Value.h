@@ -5,6 +5,8 @@
 #include <Vexo/Strep.h>
 #include <Vexo/TypeDescription.h>
 
+#include <concepts>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -150,6 +152,51 @@ template <class T>
 Value box(T const& value) {
     return Boxing<T>::box(value);
 }
+
+namespace Detail {
+
+/** Storage for a number, found before the number is known. */
+class NumberRoom {
+public:
+    explicit NumberRoom(bool wide) : wide_(wide ? new U64 : nullptr) {}
+    Value box(U64 number) noexcept;
+
+private:
+    std::unique_ptr<U32> narrow_{new U32};
+    std::unique_ptr<U64> wide_;
+};
+
+template <class T>
+constexpr bool travelsAsItself() noexcept {
+    if constexpr (!std::default_initializable<T> || !std::movable<T>) {
+        return false;
+    } else if constexpr (requires { T::fwkType_; }) {
+        return Boxing<T>::type_.type == &T::fwkType_ && !Boxing<T>::type_.reference;
+    } else {
+        return std::same_as<T, bool> || std::same_as<T, String>;
+    }
+}
+
+}  // namespace Detail
+
+/**
+ * What `call` returns, in a slot whose memory is found before `call` runs: what has been done is
+ * not lost for want of it, and what cannot be told is not done.
+ */
+template <class T, class Call>
+Value boxResult(Call const& call) {
+    if constexpr (UnsignedNumber<T>) {
+        Detail::NumberRoom room(sizeof(T) > sizeof(U32));
+        return room.box(call());
+    } else if constexpr (Detail::travelsAsItself<T>()) {
+        auto room = std::make_unique<T>();
+        *room = call();
+        return Value::adopt(*Boxing<T>::type_.type, room.release());
+    } else {
+        return box<T>(call());
+    }
+}
+
 /** Throws ConversionException, naming `place`, when the slot holds something else. */
 template <class T>
 T unbox(Value const& slot, String const& place) {

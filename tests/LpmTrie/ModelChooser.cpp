@@ -24,6 +24,11 @@ std::size_t count(World const& world, bool Record::*role) {
 
 }  // namespace
 
+void Chooser::beginPhase(std::size_t routes) {
+    routes_ = routes;
+    shortest_ = oneIn(2) ? 0 : 1 + below(6);
+}
+
 Operation Chooser::choose(World const& world) {
     Operation operation;
     operation.kind = chooseKind(world);
@@ -159,6 +164,14 @@ MaybePrefix Chooser::otherPlace(World const& world, Operation const& operation) 
 }
 
 Prefix Chooser::anyPrefix(World const& world) {
+    Prefix prefix = nearOrFarPrefix(world);
+    while (prefix.len < shortest_) {
+        prefix = nearOrFarPrefix(world);
+    }
+    return prefix;
+}
+
+Prefix Chooser::nearOrFarPrefix(World const& world) {
     MaybePrefix const near =
         oneIn(5) ? MaybePrefix{} : anyNode(world, [](Node const&) { return true; });
     return near ? nearPrefix(*near, world.maxLen()) : farPrefix(world.maxLen());

@@ -51,12 +51,16 @@ struct Operation {
  */
 bool play(World& world, Operation const& operation);
 
-/** Chooses operations at random, so that about `routes` routes are alive. */
+/** Chooses operations at random. */
 class Chooser {
 public:
     explicit Chooser(std::uint64_t seed) : random_(seed) {}
 
-    void routesIs(std::size_t routes) { routes_ = routes; }
+    /**
+     * From now on about `routes` routes are alive; and in half of all phases no short prefix is
+     * chosen anew, so that once the trie has been empty its root is a branching point.
+     */
+    void beginPhase(std::size_t routes);
     /** Often legal, but not always. */
     Operation choose(World const& world);
 
@@ -65,6 +69,7 @@ private:
     bool oneIn(std::size_t bound) { return below(bound) == 0; }
     Kind chooseKind(World const& world);
     Prefix anyPrefix(World const& world);
+    Prefix nearOrFarPrefix(World const& world);
     Prefix farPrefix(unsigned maxLen);
     Prefix nearPrefix(Prefix prefix, unsigned maxLen);
     template <class Predicate>
@@ -74,6 +79,7 @@ private:
 
     std::mt19937_64 random_;
     std::size_t routes_ = 64;
+    std::size_t shortest_ = 0;
 };
 
 /** Takes everything out, the world comparing as ever. */

@@ -1,6 +1,7 @@
 #include <Vexo/Strep.h>
 
-#include <gmock/gmock.h>
+#include <tests/Vexo/StrepChecks.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -21,41 +22,10 @@ using Vexo::U32;
 using Vexo::U64;
 using Vexo::U8;
 using Vexo::valueToStrep;
-
-/** The text must be refused as a whole, with an error that names no attribute. */
-template <class T>
-void expectRefused(String const& text) {
-    SCOPED_TRACE(Vexo::quotedForMessage(text));
-    try {
-        strepToValue<T>(text);
-        ADD_FAILURE() << "has been read";
-    } catch (RangeException const& error) {
-        EXPECT_THAT(error.what(), testing::HasSubstr(Vexo::quotedForMessage(text)));
-        EXPECT_EQ(error.attribute(), "");
-    }
-}
-
-template <class T>
-void expectRoundTrip(T const& value, String const& text) {
-    EXPECT_EQ(valueToStrep(value), text);
-    EXPECT_EQ(strepToValue<T>(text), value) << text;
-}
-
-/** Blanks around a text, a NUL or anything else behind it: none of it belongs to the value. */
-template <class T>
-void expectNothingAround(String const& text) {
-    for (char const c : {' ', '\t', '\n', '\0', ',', '}', 'x', '\xff'}) {
-        expectRefused<T>(text + c);
-        expectRefused<T>(c + text);
-    }
-}
-
-template <class T>
-void expectTruncationsRefused(String const& text) {
-    for (std::size_t length = 0; length < text.size(); ++length) {
-        expectRefused<T>(text.substr(0, length));
-    }
-}
+using VexoTest::expectNothingAround;
+using VexoTest::expectRefused;
+using VexoTest::expectRoundTrip;
+using VexoTest::expectTruncationsRefused;
 
 TEST(StrepTest, booleansAreTrueAndFalse) {
     expectRoundTrip(true, "True");
@@ -214,108 +184,6 @@ TEST(StrepStringTest, isRefusedInATextThatNoWriterProduces) {
     expectRefused<String>("'\xc3\xa4'");
     expectRefused<String>("'\\x41'");
     expectRefused<String>("'\\x27'");
-}
-
-TEST(StrepPointerTest, isANumberOrNone) {
-    expectRoundTrip<void*>(nullptr, "None");
-    int object = 0;
-    void* const pointer = &object;
-    EXPECT_EQ(valueToStrep(pointer), Vexo::formatString("%p", pointer));
-    EXPECT_EQ(strepToValue<void*>(valueToStrep(pointer)), pointer);
-    expectRoundTrip(reinterpret_cast<void*>(std::uintptr_t{0xabcdef}), "0xabcdef");
-    expectRoundTrip(reinterpret_cast<void*>(UINTPTR_MAX), "0x" + String(2 * sizeof(void*), 'f'));
-}
-
-TEST(StrepPointerTest, anyClassOfObjectIsWrittenSo) {
-    class Unknown;
-    auto* const object = reinterpret_cast<Unknown*>(std::uintptr_t{0x40});
-    EXPECT_EQ(valueToStrep(object), "0x40");
-}
-
-TEST(StrepPointerTest, mayBePaddedToItsFullWidth) {
-    String const digits = "000000000000abcd";
-    EXPECT_EQ(strepToValue<void*>("0x" + digits.substr(16 - 2 * sizeof(void*))),
-              reinterpret_cast<void*>(std::uintptr_t{0xabcd}));
-    EXPECT_EQ(strepToValue<void*>("0x0"), nullptr);
-}
-
-TEST(StrepPointerTest, isRefusedWithMoreDigitsThanAPointerHas) {
-    std::size_t const digits = 2 * sizeof(void*);
-    expectRefused<void*>("0x1" + String(digits, '0'));
-    expectRefused<void*>("0x" + String(digits + 1, 'f'));
-    expectRefused<void*>("0x" + String(digits, '0') + "1");
-    expectRefused<void*>("0x" + String(100'000, '0'));
-    expectRefused<void*>("0x" + String(100'000, 'f'));
-}
-
-TEST(StrepPointerTest, isRefusedInAnyOtherForm) {
-    for (char const* text : {"", "0x", "0", "12", "abcd", "0Xab", "0xAB", "0xg", "x1", "none",
-                             "null", "(nil)", "True", "'0x1'", "0x-1", "0x 1", "None0x1"}) {
-        expectRefused<void*>(text);
-    }
-    expectTruncationsRefused<void*>("None");
-    expectNothingAround<void*>("None");
-    expectNothingAround<void*>("0x12");
-    expectRefused<void*>("0x\0001"s);
-}
-
-/** Reads itself, two letters. */
-struct Code {
-    explicit Code(CharRange& range) {
-        if (range.rest().size() < 2) {
-            range.fail("two letters");
-        }
-        letters_ = range.rest().substr(0, 2);
-        range.advance(2);
-    }
-    String letters_;
-};
-
-TEST(StrepClassTest, readsItselfByItsConstructor) {
-    EXPECT_EQ(strepToValue<Code>("ab").letters_, "ab");
-    EXPECT_THROW(strepToValue<Code>("a"), RangeException);
-    EXPECT_THROW(strepToValue<Code>("abc"), RangeException);
-}
-
-template <class T>
-void expectFailureOf(String const& attribute, String const& text) {
-    CharRange range(text);
-    try {
-        Vexo::deserializeAttr<T>(range, attribute.c_str());
-        ADD_FAILURE() << text << " has been read";
-    } catch (RangeException const& error) {
-        EXPECT_EQ(error.attribute(), attribute);
-        EXPECT_THAT(error.what(), testing::HasSubstr("'" + attribute + "'"));
-        EXPECT_THAT(error.what(), testing::HasSubstr(Vexo::quotedForMessage(text)));
-    }
-}
-
-TEST(DeserializeAttrTest, anErrorNamesTheAttribute) {
-    expectFailureOf<bool>("dirty", "dirty");
-    expectFailureOf<U32>("level", "4294967296");
-    expectFailureOf<String>("name", "name");
-    expectFailureOf<void*>("node", "0xzz");
-    expectFailureOf<Code>("code", "a");
-}
-
-TEST(DeserializeAttrTest, readsOneValueAndLeavesTheRest) {
-    String const text = "True17'x'0xa0ab!";
-    CharRange range(text);
-    EXPECT_TRUE(Vexo::deserializeAttr<bool>(range, "a"));
-    EXPECT_EQ(Vexo::deserializeAttr<unsigned int>(range, "b"), 17U);
-    EXPECT_EQ(Vexo::deserializeAttr<String>(range, "c"), "x");
-    EXPECT_EQ(Vexo::deserializeAttr<void*>(range, "d"),
-              reinterpret_cast<void*>(std::uintptr_t{0xa0ab}));
-    EXPECT_EQ(range.rest(), "!");
-}
-
-struct Throwing {
-    explicit Throwing(CharRange&) { throw std::bad_alloc(); }
-};
-
-TEST(DeserializeAttrTest, otherExceptionsPassUntouched) {
-    CharRange range("x");
-    EXPECT_THROW(Vexo::deserializeAttr<Throwing>(range, "a"), std::bad_alloc);
 }
 
 }  // namespace
