@@ -118,8 +118,6 @@ TEST_F(ScriptTest, valuesAndObjectsAreMadeByTheirTypes) {
                  "Orchard::Leaf cannot be made by name from operands");
     expectFailed(vexoMake(typeOf("Vexo::PtrInterface"), nullptr, 0, &slot), VEXO_WRONG_TYPE,
                  "Vexo::PtrInterface cannot be made by name");
-    expectFailed(vexoMake(typeOf("Orchard::Tree"), operands, ~std::size_t{0} / 64, &slot),
-                 VEXO_FAILED, vexoMessage());
     EXPECT_EQ(slot, asItWas);
 }
 
