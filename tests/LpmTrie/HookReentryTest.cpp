@@ -124,7 +124,7 @@ Change const changes[]{
      [](FaultWorld& world) { world.trie().decRouteCounters(world.at("10.2.1.0/24")); },
      Signature::decRouteCounters},
     {"remove", [](FaultWorld& world) { world.trie().remove(prefix("10.2.1.0/24")); },
-     Signature::removeNode},
+     Signature::remove},
     {"removeNode",
      [](FaultWorld& world) { world.trie().removeNode(world.at("10.2.1.0/24"), false); },
      Signature::removeNode},
@@ -163,7 +163,7 @@ TEST_F(HookReentryTest, theHooksOfNodesMustNotChangeTheTrieEither) {
         EXPECT_EXIT(insertion.run(world), aborts,
                     trieAssertion("!hookRunning_",
                                   "a hook must not change the trie that has called it",
-                                  Signature::removeNode));
+                                  Signature::remove));
     };
     auto const change = [&] { world.trie().remove(prefix("10.2.1.0/24")); };
     world.trie().inAllocateNode = change;
