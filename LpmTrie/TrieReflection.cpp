@@ -61,7 +61,11 @@ Vexo::Ptr<Nimbal::IpGenPrefixRef> longestMatchOf(Trie::Ptr const& trie,
 }
 
 PartitionId::Ptr partitionOf(Trie::Ptr const& trie, Nimbal::IpGenPrefix const& prefix) {
-    Node const* const node = needed(trie).findPartitionNode(prefix, false).partitionNode();
+    // A look-up does not compare families.
+    if (needed(trie).af() != prefix.af()) {
+        return nullptr;
+    }
+    Node const* const node = trie->findPartitionNode(prefix, false).partitionNode();
     return node != nullptr ? node->partitionId() : nullptr;
 }
 
