@@ -1,0 +1,44 @@
+#pragma once
+
+#include <client/ChipWriter.h>
+#include <client/ClientTrie.h>
+
+namespace LpmClient {
+
+enum class DifferenceKind : U8 {
+    bucketMissing,
+    bucketStray,
+    bindingMissing,
+    bindingStray,
+    bindingWrong,  // bound to another bucket
+    routeMissing,
+    routeStray,
+    routeWrong,  // another next hop
+    coverWrong   // missing, stray or another one
+};
+constexpr std::size_t differenceKinds = 9;
+
+/** Something that the chip should hold and does not, or holds and should not. */
+struct Difference {
+    DifferenceKind kind = DifferenceKind::bucketMissing;
+    Bucket bucket = noBucket;                    // where it should be, or is
+    std::optional<Nimbal::IpGenPrefix> binding;  // of binding differences
+    std::optional<Route> expected;               // of route and covering route differences
+    std::optional<Route> found;
+
+    bool operator==(Difference const&) const noexcept = default;
+};
+
+/** One line without a line feed: "bucket 7 lacks the route 10.0.0.0/8 to 3". */
+std::ostream& operator<<(std::ostream& out, Difference const& difference);
+
+using Roots = std::map<Nimbal::IpGenPrefix, RouteNode*>;
+
+/** Compares what the chip holds for a table with its trie, partition by partition. Reads only. */
+std::vector<Difference> auditChip(Hardware const& hardware, U32 vrfId, Nimbal::AddressFamily af,
+                                  Roots const& roots);
+
+/** The routes of the partition at `root`, in order. */
+std::vector<RouteNode*> routesOfPartition(RouteNode* root);
+
+}  // namespace LpmClient

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <client/Hardware.h>
+
+#include <LpmTrie/LpmTrieTypes.h>
+
+#include <map>
+#include <unordered_map>
+
+namespace LpmClient {
+
+/** A write that the chip has refused. Ends the change in hand. */
+struct RefusedWrite {
+    Write write;
+    WriteStatus status = WriteStatus::transientError;
+};
+
+/**
+ * Writes one routing table's share of a chip, and remembers how to take a change back.
+ *
+ * A change is a row of writes that ends with `commit` or `undo`. The writer knows what stands in
+ * the chip (bindings and covering routes) and so leaves out writes that change nothing. An `undo`
+ * write may be refused too, and so may the freeing of a bucket after a commit: such writes are
+ * owed, and `settle` must succeed before the next change begins.
+ *
+ * Not locked: belongs to one table. The chip may be shared.
+ */
+class ChipWriter {
+public:
+    ChipWriter(Hardware& hardware, U32 vrfId, Nimbal::AddressFamily af)
+        : hardware_(hardware), vrfId_(vrfId), af_(af) {}
+
+    // Each throws RefusedWrite when the chip refuses.
+
+    void allocate(LpmTrie::PartitionId::Ptr const& id);
+    /** A route that is not in the bucket, or, with `before`, one whose next hop changes. */
+    void writeRoute(Bucket bucket, Route const& route, std::optional<NextHop> before = {});
+    void eraseRoute(Bucket bucket, Route const& route);
+    void writeCover(Bucket bucket, std::optional<Route> const& cover);
+    void bind(Nimbal::IpGenPrefix const& prefix, Bucket bucket);
+    void unbind(Nimbal::IpGenPrefix const& prefix);
+
+    /** The change stands. The buckets named by `freeLater` since the last commit are freed. */
+    void commit();
+    /** Takes the change back, write by write, in reverse order. */
+    void undo();
+    /** Frees the bucket at the next commit, at which it must not be bound any more. */
+    void freeLater(LpmTrie::PartitionId::Ptr const& id) { freeLater_.push_back(id); }
+
+    /** Tries what is owed. True when nothing is owed any more. */
+    bool settle();
+    bool settled() const noexcept { return owed_.empty(); }
+
+    std::optional<Route> cover(Bucket bucket) const;
+    /** The bound prefixes, in order of address, then length, and their buckets. */
+    std::map<Nimbal::IpGenPrefix, Bucket> const& bindings() const noexcept { return bindings_; }
+
+    // What really stands in the chip, where it may differ from what was written: no write.
+
+    void learnBinding(Nimbal::IpGenPrefix const& prefix, std::optional<Bucket> bucket);
+    void learnCover(Bucket bucket, std::optional<Route> const& cover);
+
+    Hardware& hardware() const noexcept { return hardware_; }
+    U32 vrfId() const noexcept { return vrfId_; }
+
+private:
+    /** A write and, for one that frees a bucket, the number that it gives back. */
+    struct Owed {
+        Write write;
+        LpmTrie::PartitionId::Ptr id;
+    };
+
+    Write make(WriteKind kind, Bucket bucket) const;
+    Write makeCover(Bucket bucket, std::optional<Route> const& cover) const;
+    Write makeBinding(WriteKind kind, Nimbal::IpGenPrefix const& prefix, Bucket bucket) const;
+    /** Writes, and keeps `inverse` for `undo`. */
+    void write(Write const& write, Write const& inverse, LpmTrie::PartitionId::Ptr id = {});
+    /** Keeps up with a write that the chip has carried out. */
+    void note(Write const& write);
+
+    Hardware& hardware_;
+    U32 const vrfId_;
+    Nimbal::AddressFamily const af_;
+    std::map<Nimbal::IpGenPrefix, Bucket> bindings_;
+    std::unordered_map<Bucket, Route> covers_;
+    std::vector<Owed> journal_;  // inverses of the change in hand
+    std::vector<Owed> owed_;     // in the order in which they are to be written
+    std::vector<LpmTrie::PartitionId::Ptr> freeLater_;
+};
+
+}  // namespace LpmClient

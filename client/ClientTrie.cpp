@@ -1,0 +1,29 @@
+#include <client/ClientTrie.h>
+
+namespace LpmClient {
+
+using LpmTrie::PartitionId;
+
+ClientTrie::Ptr ClientTrie::ClientTrieIs(U32 vrfId, Nimbal::AddressFamily af) {
+    Ptr trie(new ClientTrie(vrfId));
+    trie->hasNotificationActiveIs(true);
+    trie->afIs(af);
+    return trie;
+}
+
+LpmTrie::Node* ClientTrie::allocateNode(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef,
+                                        bool fibRoute, bool partitionNode,
+                                        PartitionId::Ptr const& partitionId, U32 hwTable) {
+    return new RouteNode(prefixRef, fibRoute, partitionNode, partitionId, hwTable);
+}
+
+void ClientTrie::deallocateNode(LpmTrie::Node* node) {
+    delete node;
+}
+
+void ClientTrie::movedNode(LpmTrie::Node* node, PartitionId::Ptr const& /*oldPartitionId*/,
+                           U32 /*oldHwTable*/) {
+    moved_.push_back(routeNode(node));
+}
+
+}  // namespace LpmClient

@@ -1,0 +1,129 @@
+/*
+ * The partition manager's books: numbers of buckets, the partition at the top, and what a recut
+ * changes in them.
+ */
+
+#include <client/PartitionManager.h>
+#include <client/RecutChange.h>
+
+#include <stdexcept>
+
+namespace LpmClient {
+
+using LpmTrie::PartitionId;
+using LpmTrie::PendingState;
+using Nimbal::IpGenPrefix;
+
+namespace {
+
+constexpr U32 wholeNumber = ~U32{0};
+
+}  // namespace
+
+U32 PartitionManager::freshBuckets() const noexcept {
+    return numbers_->limit() - numbers_->count();
+}
+
+PartitionId::Ptr PartitionManager::takeId() {
+    Bucket const bucket = numbers_->takeNextFree();
+    try {
+        return idOf(bucket);
+    } catch (...) {
+        numbers_->clearBit(bucket);
+        throw;
+    }
+}
+
+PartitionId::Ptr PartitionManager::idOf(Bucket bucket) {
+    return PartitionId::PartitionIdIs(LpmTrie::PartitionIdValue(bucket), wholeNumber, numbers_);
+}
+
+/**
+ * A bucket that nobody uses, allocated. After a restart some may be allocated to other tables that
+ * have not been restarted yet. RangeException when there is none.
+ */
+PartitionId::Ptr PartitionManager::allocateFresh() {
+    std::vector<PartitionId::Ptr> inUse;
+    for (;;) {
+        PartitionId::Ptr id = takeId();
+        try {
+            writer_.allocate(id);
+            return id;
+        } catch (RefusedWrite const& refused) {
+            if (refused.status != WriteStatus::bucketInUse) {
+                throw;
+            }
+            inUse.push_back(std::move(id));
+        }
+    }
+}
+
+/** Gives the pieces of a recut that need one a bucket's number. False when there are not enough. */
+bool PartitionManager::takeFresh(Recut& recut) {
+    std::vector<PartitionId::Ptr> fresh;
+    try {
+        while (fresh.size() < recut.freshBuckets) {
+            fresh.push_back(takeId());
+        }
+    } catch (Vexo::RangeException const&) {
+        return false;
+    }
+    assignFresh(recut, fresh);
+    return true;
+}
+
+/** A recut that trie and chip have both carried out enters the books. */
+void PartitionManager::complete(RecutChange& change) {
+    Recut const& recut = change.recut();
+    for (OldPiece const& piece : recut.olds) {
+        roots_.erase(piece.root->prefixRef()->prefix());
+    }
+    for (NewPiece const& piece : recut.news) {
+        roots_[piece.root->prefixRef()->prefix()] = piece.root;
+    }
+    auto& count = recut.news.size() > recut.olds.size()   ? counts_.splits
+                  : recut.news.size() < recut.olds.size() ? counts_.merges
+                                                          : counts_.shifts;
+    ++count;
+    counts_.moves += change.moves();
+    change.complete();
+}
+
+/** The partition of everything, empty at first. False when there is no bucket for it. */
+bool PartitionManager::ensureTop() {
+    PartitionId::Ptr id;
+    try {
+        id = allocateFresh();
+    } catch (Vexo::RangeException const&) {
+        return false;
+    }
+    IpGenPrefix const everything(trie_->af(), {}, 0);
+    writer_.bind(everything, id->id().value());
+    LpmTrie::Node* const top = trie_->insertFromRoot(everything, false, true, id, hwTable_).node();
+    top->pendingStateIs(PendingState());
+    roots_[everything] = routeNode(top);
+    writer_.commit();
+    return true;
+}
+
+/** Gives the top's bucket back if the table is empty. */
+void PartitionManager::removeTop() {
+    RouteNode* const top = routeNode(trie_->root());
+    if (top == nullptr || top->routeCount() != 0 || roots_.size() != 1) {
+        return;
+    }
+    PartitionId::Ptr const id = top->partitionId();
+    try {
+        writer_.unbind(top->prefixRef()->prefix());
+    } catch (RefusedWrite const& refused) {
+        lastRefusal_ = refused;
+        writer_.undo();
+        return;  // an empty partition more; the next update takes it up
+    }
+    writer_.freeLater(id);
+    roots_.clear();
+    trie_->removeNode(top, true);
+    writer_.commit();
+}
+
+}  // namespace LpmClient

@@ -1,0 +1,296 @@
+/*
+ * Updates. A route comes into the trie first, and its partition is cut anew if it is too full then;
+ * the chip follows write by write, and if it refuses one, chip and trie go back to where they were.
+ * A route leaves the chip first. Either way the covering routes of the partitions under the route
+ * come after it, or go before it.
+ *
+ * The partition at the prefix of length 0 comes with the first route and goes with the last.
+ */
+
+#include <client/PartitionManager.h>
+#include <client/RecutChange.h>
+
+#include <array>
+#include <stdexcept>
+
+namespace LpmClient {
+
+using LpmTrie::Node;
+using LpmTrie::PartitionId;
+using LpmTrie::PendingState;
+using Nimbal::IpGenPrefix;
+
+namespace {
+
+U32 boundOf(ManagerOptions const& options, Hardware const& hardware) {
+    if (options.bucketRoutes > hardware.bucketRoutes()) {
+        throw std::invalid_argument("a bucket of the chip holds " +
+                                    std::to_string(hardware.bucketRoutes()) + " routes, not " +
+                                    std::to_string(options.bucketRoutes));
+    }
+    return options.bucketRoutes == 0 ? hardware.bucketRoutes() : options.bucketRoutes;
+}
+
+bool covers(IpGenPrefix const& outer, IpGenPrefix const& inner) {
+    return inner.len() >= outer.len() && outer.overlaps(inner);
+}
+
+}  // namespace
+
+std::string_view text(Outcome outcome) noexcept {
+    static constexpr std::array<std::string_view, 4> texts{"done", "unchanged", "refused",
+                                                           "no room"};
+    return texts[static_cast<std::size_t>(outcome)];
+}
+
+PartitionManager::PartitionManager(Hardware& hardware, Torvel::Bitmap::Ptr numbers,
+                                   ManagerOptions const& options)
+    : bucketRoutes_(boundOf(options, hardware)),
+      hwTable_(options.hwTable),
+      numbers_(std::move(numbers)),
+      trie_(ClientTrie::ClientTrieIs(options.vrfId, options.af)),
+      writer_(hardware, options.vrfId, options.af),
+      policy_(makePolicy(options.policy.empty() ? policies().front().name : options.policy)) {}
+
+PartitionManager::~PartitionManager() {
+    LpmTrie::removeAll(*trie_);
+}
+
+Outcome PartitionManager::owe(IpGenPrefix const& prefix, std::optional<NextHop> nextHop,
+                              Outcome outcome) {
+    owed_[prefix] = nextHop;
+    ++counts_.notDone;
+    return outcome;
+}
+
+/** The prefix is as it was last asked for: nothing is owed for it. */
+Outcome PartitionManager::settled(IpGenPrefix const& prefix, Outcome outcome) {
+    if (!owed_.empty()) {
+        owed_.erase(prefix);
+    }
+    return outcome;
+}
+
+/** Refuses what the trie would not take, before anything changes. */
+void PartitionManager::checkPrefix(IpGenPrefix const& prefix) const {
+    if (prefix.af() != trie_->af() || prefix != prefix.hostBitsCleared()) {
+        throw std::invalid_argument(prefix.stringValue() +
+                                    " is of another family, or has host bits set");
+    }
+}
+
+Outcome PartitionManager::announce(Route const& route) {
+    checkPrefix(route.prefix);
+    if (!writer_.settle()) {
+        return owe(route.prefix, route.nextHop, Outcome::refused);
+    }
+    Outcome outcome = Outcome::refused;
+    try {
+        outcome = announceSettled(route);
+    } catch (RefusedWrite const& refused) {
+        lastRefusal_ = refused;
+        writer_.undo();
+    } catch (...) {
+        writer_.undo();
+        removeTop();
+        throw;
+    }
+    if (outcome == Outcome::done || outcome == Outcome::unchanged) {
+        return settled(route.prefix, outcome);
+    }
+    removeTop();
+    return owe(route.prefix, route.nextHop, outcome);
+}
+
+Outcome PartitionManager::announceSettled(Route const& route) {
+    if (trie_->root() == nullptr && !ensureTop()) {
+        return Outcome::noRoom;
+    }
+    auto const found = trie_->findPartitionNode(route.prefix, false);
+    Node* const node = found.node();
+    if (node->fibRoute() && node->prefixRef()->prefix() == route.prefix) {
+        return change(routeNode(node), route.nextHop);
+    }
+    return insert(route, found.partitionNode());
+}
+
+Outcome PartitionManager::insert(Route const& route, Node* partitionNode) {
+    auto const& id = partitionNode->partitionId();
+    RouteNode* const node =
+        routeNode(trie_->insert(route.prefix, partitionNode, true, false, id, hwTable_).node());
+    node->nextHop = route.nextHop;
+    node->bucket = noBucket;
+    std::optional<RecutChange> recut;
+    try {
+        if (partitionNode->partitionRouteCount() > bucketRoutes_) {
+            auto const cut = policy_->makeRoom(*trie_, routeNode(partitionNode), node, room());
+            Recut planned = cut ? planRecut(*cut, bucketRoutes_, node) : Recut();
+            if (!cut || !takeFresh(planned)) {
+                trie_->removeNode(node, false);
+                return Outcome::noRoom;
+            }
+            recut.emplace(*trie_, writer_, std::move(planned));
+            recut->run();
+        }
+        writer_.writeRoute(bucketOf(node), route);
+        node->bucket = bucketOf(node);
+        writeCoversUnder(node, route);
+    } catch (...) {
+        recut.reset();
+        trie_->removeNode(node, false);
+        throw;
+    }
+    writer_.commit();
+    ++counts_.added;
+    if (recut) {
+        complete(*recut);
+    }
+    return Outcome::done;
+}
+
+Outcome PartitionManager::change(RouteNode* node, NextHop nextHop) {
+    NextHop const before = node->nextHop;
+    if (before == nextHop) {
+        return Outcome::unchanged;
+    }
+    node->nextHop = nextHop;
+    try {
+        writer_.writeRoute(bucketOf(node), routeAt(node), before);
+        writeCoversUnder(node, routeAt(node));
+    } catch (...) {
+        node->nextHop = before;
+        throw;
+    }
+    writer_.commit();
+    ++counts_.changed;
+    return Outcome::done;
+}
+
+RouteNode const* PartitionManager::nearestRouteAbove(RouteNode const* root) const noexcept {
+    Node const* node = root->parent();
+    while (node != nullptr && !node->fibRoute()) {
+        node = node->parent();
+    }
+    return routeNode(node);
+}
+
+/** Gives the partitions whose nearest route above is at `node` another covering route. */
+void PartitionManager::writeCoversUnder(RouteNode const* node, std::optional<Route> const& cover) {
+    if (node->bitNode(0) == nullptr && node->bitNode(1) == nullptr) {
+        return;
+    }
+    IpGenPrefix const& prefix = node->prefixRef()->prefix();
+    for (auto at = roots_.upper_bound(prefix); at != roots_.end() && covers(prefix, at->first);
+         ++at) {
+        if (nearestRouteAbove(at->second) == node) {
+            writer_.writeCover(bucketOf(at->second), cover);
+        }
+    }
+}
+
+Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
+    checkPrefix(prefix);
+    if (!writer_.settle()) {
+        return owe(prefix, std::nullopt, Outcome::refused);
+    }
+    RouteNode* const node = routeNode(LpmTrie::findExact(*trie_, prefix));
+    if (node == nullptr || !node->fibRoute()) {
+        return settled(prefix, Outcome::unchanged);
+    }
+    try {
+        RouteNode const* const above = nearestRouteAbove(node);
+        writeCoversUnder(node, above != nullptr ? std::optional(routeAt(above)) : std::nullopt);
+        writer_.eraseRoute(bucketOf(node), routeAt(node));
+    } catch (RefusedWrite const& refused) {
+        lastRefusal_ = refused;
+        writer_.undo();
+        return owe(prefix, std::nullopt, Outcome::refused);
+    } catch (...) {
+        writer_.undo();
+        throw;
+    }
+    writer_.commit();
+    ++counts_.withdrawn;
+    Node* root = node;
+    while (!root->partitionNode()) {
+        root = root->parent();
+    }
+    IpGenPrefix const rootPrefix = root->prefixRef()->prefix();
+    trie_->removeNode(node, false);
+    if (!tryImprove(rootPrefix)) {
+        toImprove_.insert(rootPrefix);
+    }
+    return settled(prefix, Outcome::done);
+}
+
+std::optional<Cut> PartitionManager::improvement(RouteNode* root) {
+    if (root->partitionRouteCount() != 0) {
+        return policy_->shrink(*trie_, root, room());
+    }
+    Node* around = root->parent();
+    while (!around->partitionNode()) {
+        around = around->parent();
+    }
+    return Cut{{routeNode(around), root}, {routeNode(around)}};
+}
+
+/** Cuts a partition that has shrunk anew if that pays. False when the chip has refused. */
+bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
+    auto const at = roots_.find(rootPrefix);
+    if (at == roots_.end()) {
+        return true;
+    }
+    if (trie_->root()->routeCount() == 0 && roots_.size() == 1) {
+        removeTop();
+        return true;
+    }
+    RouteNode* const root = at->second;
+    if (root->parent() == nullptr && root->partitionRouteCount() == 0) {
+        return true;
+    }
+    auto const cut = improvement(root);
+    if (!cut) {
+        return true;
+    }
+    Recut planned = planRecut(*cut, bucketRoutes_, nullptr);
+    if (!takeFresh(planned)) {
+        return true;
+    }
+    RecutChange recut(*trie_, writer_, std::move(planned));
+    try {
+        recut.run();
+    } catch (RefusedWrite const& refused) {
+        lastRefusal_ = refused;
+        writer_.undo();
+        return false;
+    } catch (...) {
+        writer_.undo();
+        throw;
+    }
+    writer_.commit();
+    complete(recut);
+    return true;
+}
+
+bool PartitionManager::retry() {
+    if (!writer_.settle()) {
+        return false;
+    }
+    auto const improve = std::exchange(toImprove_, {});
+    for (IpGenPrefix const& prefix : improve) {
+        if (!tryImprove(prefix)) {
+            toImprove_.insert(prefix);
+        }
+    }
+    auto const updates = owed_;
+    for (auto const& [prefix, nextHop] : updates) {
+        if (nextHop) {
+            announce({prefix, *nextHop});
+        } else {
+            withdraw(prefix);
+        }
+    }
+    return owed_.empty() && toImprove_.empty() && writer_.settled();
+}
+
+}  // namespace LpmClient

@@ -1,0 +1,157 @@
+#pragma once
+
+#include <client/Audit.h>
+#include <client/ChipWriter.h>
+#include <client/ClientTrie.h>
+#include <client/Policy.h>
+
+#include <set>
+#include <span>
+
+namespace LpmClient {
+
+struct ManagerOptions {
+    U32 vrfId = 0;
+    Nimbal::AddressFamily af = Nimbal::AddressFamily::ipv4;
+    /** Most routes of a bucket; 0: as many as the chip's buckets hold. */
+    U32 bucketRoutes = 0;
+    /** One of `policies()`; empty: the default one. */
+    std::string policy;
+    /** The number of the hardware table, for the nodes' labels. */
+    U32 hwTable = 1;
+};
+
+/** What became of an update. */
+enum class Outcome : U8 {
+    done,       // trie and chip have it
+    unchanged,  // there was nothing to do
+    refused,    // the chip refused a write: nothing has changed, the update is owed
+    noRoom      // no bucket is left for it: nothing has changed, the update is owed
+};
+
+/** "done", "unchanged" and so on. */
+std::string_view text(Outcome outcome) noexcept;
+
+struct ManagerCounts {
+    U64 added = 0;      // routes
+    U64 changed = 0;    // next hops
+    U64 withdrawn = 0;  // routes
+    U64 notDone = 0;    // updates that were refused or found no room
+    U64 splits = 0;     // recuts into more pieces than before
+    U64 merges = 0;     // recuts into fewer
+    U64 shifts = 0;     // recuts into as many
+    U64 moves = 0;      // routes written again into another bucket
+
+    bool operator==(ManagerCounts const&) const noexcept = default;
+};
+
+/**
+ * Keeps the routes of one routing instance and family in a trie and, divided into buckets, in a
+ * chip, and both in agreement at all times.
+ *
+ * Each update either succeeds in both or changes neither and is owed: `retry` takes up what is
+ * owed. While an update runs, each address gets, after each single hardware write, either the
+ * answer from before the update or the one after it.
+ *
+ * Managers may share a chip and the bitmap of bucket numbers, each on a thread of its own
+ * (thread-safe-pointer mode must be on then); one manager serves one thread at a time. The
+ * destructor frees the trie and leaves the chip as it is.
+ */
+class PartitionManager {
+public:
+    /**
+     * `numbers` gives out the buckets; its limit is at most the chip's. Throws
+     * std::invalid_argument for an unknown policy or a bound that the chip's buckets cannot hold.
+     */
+    PartitionManager(Hardware& hardware, Torvel::Bitmap::Ptr numbers,
+                     ManagerOptions const& options);
+    PartitionManager(PartitionManager const&) = delete;
+    PartitionManager& operator=(PartitionManager const&) = delete;
+    ~PartitionManager();
+
+    /** Adds a route, or changes its next hop. The prefix is of the table's family, host bits clear.
+     */
+    Outcome announce(Route const& route);
+    Outcome withdraw(Nimbal::IpGenPrefix const& prefix);
+    /**
+     * Takes a whole table at once into an empty one, cut into the fewest buckets possible, each
+     * route written once. Of routes of one prefix the last counts. All or nothing; nothing is owed.
+     * Throws std::logic_error when the table is not empty.
+     */
+    Outcome download(std::span<Route const> routes);
+    /**
+     * Takes over what the chip holds, into an empty table, and completes or takes back a change
+     * that was cut off in the middle. False when the chip has refused a write: `audit` tells what
+     * is left. Throws std::logic_error when the table is not empty.
+     */
+    bool restart();
+
+    /** Tries again what is owed. True when nothing is owed any more. */
+    bool retry();
+    /** The updates that are owed: a next hop, or none for a withdrawal. */
+    std::map<Nimbal::IpGenPrefix, std::optional<NextHop>> const& owed() const noexcept {
+        return owed_;
+    }
+
+    /** Every difference between trie and chip. */
+    std::vector<Difference> audit() const;
+    /** Makes the chip agree with the trie. Returns the differences that are left. */
+    std::vector<Difference> repair();
+
+    ClientTrie& trie() noexcept { return *trie_; }
+    /** The partitions' roots by prefix. */
+    std::map<Nimbal::IpGenPrefix, RouteNode*> const& roots() const noexcept { return roots_; }
+    U32 bucketRoutes() const noexcept { return bucketRoutes_; }
+    ManagerCounts const& counts() const noexcept { return counts_; }
+    U64 routes() const noexcept { return trie_->root() ? trie_->root()->routeCount() : 0; }
+    U64 buckets() const noexcept { return roots_.size(); }
+    /** The chip's last refusal, if any. */
+    std::optional<RefusedWrite> const& lastRefusal() const noexcept { return lastRefusal_; }
+
+private:
+    class RecutChange;
+
+    Outcome owe(Nimbal::IpGenPrefix const& prefix, std::optional<NextHop> nextHop, Outcome outcome);
+    Outcome settled(Nimbal::IpGenPrefix const& prefix, Outcome outcome);
+    void checkPrefix(Nimbal::IpGenPrefix const& prefix) const;
+    Outcome announceSettled(Route const& route);
+    Outcome insert(Route const& route, LpmTrie::Node* partitionNode);
+    Outcome change(RouteNode* node, NextHop nextHop);
+    void writeCoversUnder(RouteNode const* node, std::optional<Route> const& cover);
+    RouteNode const* nearestRouteAbove(RouteNode const* root) const noexcept;
+
+    bool ensureTop();
+    void removeTop();
+    LpmTrie::PartitionId::Ptr takeId();
+    LpmTrie::PartitionId::Ptr idOf(Bucket bucket);
+    LpmTrie::PartitionId::Ptr idOfPartition(Bucket bucket) const;
+    LpmTrie::PartitionId::Ptr allocateFresh();
+    bool takeFresh(Recut& recut);
+    U32 freshBuckets() const noexcept;
+    Room room() const noexcept { return {bucketRoutes_, freshBuckets()}; }
+    bool tryImprove(Nimbal::IpGenPrefix const& rootPrefix);
+    std::optional<Cut> improvement(RouteNode* root);
+    void complete(RecutChange& recut);
+
+    RouteNode* insertAll(std::span<Route const> routes);
+    void writePieces(std::vector<RouteNode*> const& roots);
+    void adoptBindings(std::vector<Binding> const& bindings);
+    void adoptRoutes();
+    void separateTenants();
+    void separate(RouteNode* root);
+    void repair(Difference const& difference);
+
+    U32 const bucketRoutes_;
+    U32 const hwTable_;
+    Torvel::Bitmap::Ptr const numbers_;
+    ClientTrie::Ptr const trie_;
+    ChipWriter writer_;
+    std::unique_ptr<Policy> const policy_;
+    std::map<Nimbal::IpGenPrefix, RouteNode*> roots_;
+    std::map<Nimbal::IpGenPrefix, std::optional<NextHop>> owed_;
+    std::set<Nimbal::IpGenPrefix> toImprove_;  // roots of partitions whose merge was refused
+    std::optional<RefusedWrite> lastRefusal_;
+    ManagerCounts counts_;
+};
+
+}  // namespace LpmClient

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <client/Recut.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace LpmClient {
+
+/** What a policy may use. */
+struct Room {
+    U32 bucketRoutes = 0;  // a bucket's bound
+    U32 freshBuckets = 0;  // how many more pieces than now there may be
+};
+
+/**
+ * Decides where partitions are cut. A policy looks at the trie and proposes; the partition manager
+ * carries out, in trie and chip. One object serves one table.
+ */
+class Policy {
+public:
+    Policy() = default;
+    Policy(Policy const&) = delete;
+    Policy& operator=(Policy const&) = delete;
+    virtual ~Policy();
+
+    /**
+     * The partition at `root` has one route more than fits a bucket; `incoming` is the route that
+     * has just come. Proposes pieces that all fit. No cut: there is none within the room given.
+     */
+    virtual std::optional<Cut> makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,
+                                        Room const& room) = 0;
+    /** The partition at `root` has lost a route. No cut: leave it as it is. */
+    virtual std::optional<Cut> shrink(ClientTrie& trie, RouteNode* root, Room const& room) = 0;
+};
+
+struct PolicyDescription {
+    std::string_view name;
+    std::string_view text;  // one sentence for a person who chooses
+};
+
+/** All policies; the first is the default. */
+std::vector<PolicyDescription> const& policies();
+/** Throws std::invalid_argument that names the policy and those that there are. */
+std::unique_ptr<Policy> makePolicy(std::string_view name);
+
+}  // namespace LpmClient

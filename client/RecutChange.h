@@ -1,0 +1,50 @@
+#pragma once
+
+#include <client/PartitionManager.h>
+#include <client/RecutChip.h>
+
+namespace LpmClient {
+
+/** One recut in trie and chip, until it is completed or taken back. */
+class PartitionManager::RecutChange {
+public:
+    RecutChange(ClientTrie& trie, ChipWriter& writer, Recut recut)
+        : trie_(trie), writer_(writer), recut_(std::move(recut)) {}
+    RecutChange(RecutChange const&) = delete;
+    RecutChange& operator=(RecutChange const&) = delete;
+    /** A change that is not completed is taken back in the trie; the chip's is the writer's. */
+    ~RecutChange() {
+        if (chip_) {
+            chip_->forgetMoves();
+        }
+        if (inTrie_) {
+            revertTrie(trie_, recut_);
+        }
+    }
+
+    /** Throws RefusedWrite. */
+    void run() {
+        recutTrie(trie_, recut_);
+        inTrie_ = true;
+        chip_.emplace(writer_, recut_, trie_.moved());
+        chip_->run();
+    }
+    /** Once the writer has committed. */
+    void complete() {
+        chip_.reset();
+        inTrie_ = false;
+        trie_.clearMoved();
+        completeRecut(trie_, recut_);
+    }
+    U64 moves() const noexcept { return chip_->moves(); }
+    Recut const& recut() const noexcept { return recut_; }
+
+private:
+    ClientTrie& trie_;
+    ChipWriter& writer_;
+    Recut recut_;
+    bool inTrie_ = false;
+    std::optional<RecutChip> chip_;
+};
+
+}  // namespace LpmClient

@@ -1,0 +1,121 @@
+/*
+ * Repair: each difference between trie and chip has one write that ends it. They are written in an
+ * order that makes before it breaks: what is missing first, bindings then, and what is stray last,
+ * the shortest routes first, after the covering routes, so that no route that covers a partition
+ * decides in the place of the nearest one.
+ */
+
+#include <client/PartitionManager.h>
+
+#include <algorithm>
+
+namespace LpmClient {
+
+using LpmTrie::PartitionId;
+
+namespace {
+
+/** In which turn a difference is repaired. */
+U32 turn(DifferenceKind kind) {
+    switch (kind) {
+    case DifferenceKind::bucketMissing:
+        return 0;
+    case DifferenceKind::routeMissing:
+    case DifferenceKind::routeWrong:
+        return 1;
+    case DifferenceKind::coverWrong:
+        return 2;
+    case DifferenceKind::bindingMissing:
+    case DifferenceKind::bindingWrong:
+        return 3;
+    case DifferenceKind::bindingStray:
+        return 4;
+    case DifferenceKind::routeStray:
+        return 5;
+    case DifferenceKind::bucketStray:
+        return 6;
+    }
+    return 6;
+}
+
+/** Missing routes the longest first, stray ones the shortest first. */
+bool earlier(Difference const& a, Difference const& b) {
+    U32 const turnOfA = turn(a.kind);
+    U32 const turnOfB = turn(b.kind);
+    if (turnOfA != turnOfB) {
+        return turnOfA < turnOfB;
+    }
+    if (turnOfA == 5) {
+        return a.found->prefix.len() < b.found->prefix.len();
+    }
+    return turnOfA == 1 && a.expected->prefix.len() > b.expected->prefix.len();
+}
+
+}  // namespace
+
+std::vector<Difference> PartitionManager::audit() const {
+    return auditChip(writer_.hardware(), writer_.vrfId(), trie_->af(), roots_);
+}
+
+std::vector<Difference> PartitionManager::repair() {
+    if (!writer_.settle()) {
+        return audit();
+    }
+    // A bucket that was lost is found empty by the second round, and filled.
+    for (U32 round = 0; round < 2; ++round) {
+        std::vector<Difference> differences = audit();
+        std::stable_sort(differences.begin(), differences.end(), earlier);
+        for (Difference const& difference : differences) {
+            try {
+                repair(difference);
+            } catch (RefusedWrite const& refused) {
+                lastRefusal_ = refused;
+            }
+        }
+        writer_.commit();
+    }
+    return audit();
+}
+
+PartitionId::Ptr PartitionManager::idOfPartition(Bucket bucket) const {
+    auto const at = std::find_if(roots_.begin(), roots_.end(),
+                                 [&](auto const& root) { return bucketOf(root.second) == bucket; });
+    return at->second->partitionId();
+}
+
+void PartitionManager::repair(Difference const& difference) {
+    Bucket const bucket = difference.bucket;
+    switch (difference.kind) {
+    case DifferenceKind::bucketMissing:
+        writer_.learnCover(bucket, std::nullopt);
+        writer_.allocate(idOfPartition(bucket));
+        break;
+    case DifferenceKind::bucketStray:
+        writer_.freeLater(idOf(bucket));
+        break;
+    case DifferenceKind::bindingMissing:
+    case DifferenceKind::bindingWrong:
+        writer_.learnBinding(*difference.binding, difference.kind == DifferenceKind::bindingWrong
+                                                      ? std::optional(bucket)
+                                                      : std::nullopt);
+        writer_.bind(*difference.binding, bucketOf(roots_.at(*difference.binding)));
+        break;
+    case DifferenceKind::bindingStray:
+        writer_.learnBinding(*difference.binding, bucket);
+        writer_.unbind(*difference.binding);
+        break;
+    case DifferenceKind::routeMissing:
+    case DifferenceKind::routeWrong:
+        writer_.writeRoute(bucket, *difference.expected);
+        break;
+    case DifferenceKind::routeStray:
+        writer_.eraseRoute(bucket, *difference.found);
+        break;
+    case DifferenceKind::coverWrong:
+        writer_.learnCover(bucket, difference.found);
+        writer_.writeCover(bucket, difference.expected);
+        break;
+    }
+}
+
+}  // namespace LpmClient

@@ -1,0 +1,137 @@
+/*
+ * A restart, from nothing but what the chip holds. Bindings become partitions, and each bucket's
+ * routes join the partition that covers them. A change that was cut off in the middle has left:
+ *
+ *   a bucket that is not bound       it was being filled, or was about to be freed
+ *   a stale copy of a route          in a bucket whose partition does not cover it any more, or not
+ *                                    yet: another bucket answers for it
+ *   two prefixes bound to a bucket   a piece has landed in it and its old root still answers: the
+ * old root's region moves to a bucket of its own an update half done              a covering route
+ * that no route bears out, or a route whose covering routes are not written: the route decides
+ *
+ * All but the third are differences between trie and chip, and repaired as such: no answer that a
+ * bucket's own routes give is changed.
+ */
+
+#include <client/PartitionManager.h>
+#include <client/RecutChip.h>
+
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+
+namespace LpmClient {
+
+using LpmTrie::Node;
+using LpmTrie::PartitionId;
+using LpmTrie::PendingState;
+using Nimbal::IpGenPrefix;
+
+bool PartitionManager::restart() {
+    if (trie_->root() != nullptr) {
+        throw std::logic_error("a restart needs an empty table");
+    }
+    auto bindings = writer_.hardware().bindings(writer_.vrfId(), trie_->af());
+    auto const byPrefix = [](Binding const& a, Binding const& b) { return a.prefix < b.prefix; };
+    std::sort(bindings.begin(), bindings.end(), byPrefix);
+    try {
+        bool const topIsBound = !bindings.empty() && bindings.front().prefix.len() == 0;
+        if (!bindings.empty() && !topIsBound && !ensureTop()) {
+            return false;
+        }
+        adoptBindings(bindings);
+        if (trie_->root() != nullptr) {
+            adoptRoutes();
+            separateTenants();
+        }
+    } catch (RefusedWrite const& refused) {
+        lastRefusal_ = refused;
+        writer_.undo();
+        return false;
+    } catch (Vexo::RangeException const&) {
+        writer_.undo();
+        return false;  // no bucket is left
+    }
+    bool const good = repair().empty();
+    removeTop();
+    return good;
+}
+
+void PartitionManager::adoptBindings(std::vector<Binding> const& bindings) {
+    std::map<Bucket, PartitionId::Ptr> ids;
+    for (Binding const& binding : bindings) {
+        PartitionId::Ptr& id = ids[binding.bucket];
+        if (!id) {
+            id = idOf(binding.bucket);
+        }
+        auto const contents = writer_.hardware().contents(binding.bucket);
+        writer_.learnBinding(binding.prefix, binding.bucket);
+        writer_.learnCover(binding.bucket, contents ? contents->cover : std::nullopt);
+        Node* const root = trie_->insertFromRoot(binding.prefix, false, true, id, hwTable_).node();
+        root->pendingStateIs(PendingState());
+        roots_[binding.prefix] = routeNode(root);
+    }
+}
+
+/** Routes of the buckets that are bound; where two buckets hold one, the partition's own decides.
+ */
+void PartitionManager::adoptRoutes() {
+    std::set<Bucket> seen;
+    for (auto const& [prefix, root] : roots_) {
+        Bucket const bucket = bucketOf(root);
+        auto const contents = seen.insert(bucket).second ? writer_.hardware().contents(bucket)
+                                                         : std::optional<BucketContents>();
+        if (!contents) {
+            continue;
+        }
+        for (Route const& route : contents->routes) {
+            auto const found = trie_->findPartitionNode(route.prefix, false);
+            Node* const partition = found.partitionNode();
+            RouteNode* node = routeNode(found.node());
+            bool const known = node->fibRoute() && node->prefixRef()->prefix() == route.prefix;
+            bool const own = bucketOf(partition) == bucket;
+            if (!known && own) {
+                node = routeNode(trie_
+                                     ->insert(route.prefix, partition, true, false,
+                                              partition->partitionId(), hwTable_)
+                                     .node());
+            }
+            if (own) {
+                node->nextHop = route.nextHop;
+                node->bucket = bucket;
+            }
+        }
+    }
+}
+
+/** Buckets that answer for two partitions keep the deepest one. */
+void PartitionManager::separateTenants() {
+    std::map<Bucket, RouteNode*> tenants;
+    for (auto at = roots_.rbegin(); at != roots_.rend(); ++at) {
+        auto const [tenant, isNew] = tenants.emplace(bucketOf(at->second), at->second);
+        if (!isNew) {
+            separate(at->second);
+        }
+    }
+}
+
+/** Moves the partition at `root` to the bucket of `id`; its present one serves another as well. */
+void PartitionManager::separate(RouteNode* root) {
+    PartitionId::Ptr const id = allocateFresh();
+    Bucket const bucket = id->id().value();
+    std::vector<RouteNode*> routes = routesOfPartition(root);
+    for (RouteNode* const node : routes) {
+        writer_.writeRoute(bucket, routeAt(node));
+    }
+    writer_.writeCover(bucket, coverOf(root));
+    writer_.bind(root->prefixRef()->prefix(), bucket);
+    writer_.commit();
+    root->partitionIdIs(id);
+    trie_->updatePartitionId(root, nullptr);
+    trie_->clearMoved();
+    for (RouteNode* const node : routes) {
+        node->bucket = bucket;
+    }
+}
+
+}  // namespace LpmClient

@@ -1,0 +1,156 @@
+#include <client/WindowPolicy.h>
+
+#include <algorithm>
+
+namespace LpmClient {
+
+namespace {
+
+constexpr U32 never = ~U32{0};
+
+/** Subtrees below this part of a bucket are not cut. */
+constexpr U32 grainsPerBucket = 32;
+
+/** Limits that are tried, in hundredths of the highest one. */
+constexpr std::array<U32, 7> limitParts{100, 95, 90, 80, 70, 60, 52};
+/** Present roots that stay roots: those with so many hundredths of the limit. */
+constexpr std::array<U32, 3> keepParts{never, 80, 50};
+
+U32 part(U32 whole, U32 hundredths) {
+    return hundredths == never ? never : static_cast<U32>(U64{whole} * hundredths / 100);
+}
+
+}  // namespace
+
+/** Routes that come in order of address fill buckets behind them that will not grow any more. */
+void WindowPolicy::noteArrival(RouteNode const* incoming) {
+    Nimbal::IpGenPrefix const& prefix = incoming->prefixRef()->prefix();
+    ascending_ -= ascending_ / 16;
+    ascending_ += prefix > last_ ? 64U : 0U;
+    last_ = prefix;
+}
+
+std::optional<Cut> WindowPolicy::makeRoom(ClientTrie& /*trie*/, RouteNode* root,
+                                          RouteNode* incoming, Room const& room) {
+    noteArrival(incoming);
+    bool const inOrder = ascending_ > 900 || ascending_ < 64;
+    U32 const slack =
+        inOrder ? 0 : static_cast<U32>(U64{room.bucketRoutes} * weights_.slack / 1000);
+    Aim aim;
+    aim.bound = room.bucketRoutes;
+    aim.growth = std::min<U32>(room.freshBuckets, 1);
+    for (U32 const keepFree : {slack, U32{0}}) {
+        aim.limit = std::max(room.bucketRoutes - keepFree, U32{1});
+        Choice const choice = search(root, aim);
+        if (choice.found) {
+            return choice.cut;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Cut> WindowPolicy::shrink(ClientTrie& /*trie*/, RouteNode* root, Room const& room) {
+    U32 const routes = root->partitionRouteCount();
+    U32 const step = std::max(room.bucketRoutes / 16, U32{1});
+    if (routes % step != 0 || root->parent() == nullptr) {
+        return std::nullopt;
+    }
+    Aim aim;
+    aim.bound = room.bucketRoutes;
+    aim.limit = std::max(room.bucketRoutes -
+                             static_cast<U32>(U64{room.bucketRoutes} * weights_.slack / 1000),
+                         U32{1});
+    aim.save = true;
+    Choice const choice = search(root, aim);
+    return choice.found ? std::optional(choice.cut) : std::nullopt;
+}
+
+WindowPolicy::Choice WindowPolicy::search(RouteNode* root, Aim const& aim) {
+    Choice best = tryWindow({root}, aim);
+    std::vector<RouteNode*> roots{root};
+    for (U32 pieces = 2; pieces <= weights_.pieces; ++pieces) {
+        Choice wider;
+        for (RouteNode* const neighbour : neighboursOf(roots)) {
+            std::vector<RouteNode*> more = roots;
+            more.push_back(neighbour);
+            Choice choice = tryWindow(std::move(more), aim);
+            if (wider.roots.empty() ||
+                (choice.found && (!wider.found || choice.cost < wider.cost))) {
+                wider = std::move(choice);
+            }
+        }
+        if (wider.roots.empty()) {
+            break;
+        }
+        roots = wider.roots;
+        if (wider.found && (!best.found || wider.cost < best.cost)) {
+            best = std::move(wider);
+        }
+    }
+    return best;
+}
+
+/** The smallest partitions around a window; the one above it in any case. */
+std::vector<RouteNode*> WindowPolicy::neighboursOf(std::vector<RouteNode*> const& roots) const {
+    std::vector<RouteNode*> found;
+    for (RouteNode* const root : roots) {
+        for (RouteNode* const nested : nestedRoots(root)) {
+            if (std::find(roots.begin(), roots.end(), nested) == roots.end()) {
+                found.push_back(nested);
+            }
+        }
+    }
+    std::size_t const most = std::min<std::size_t>(found.size(), weights_.neighbours);
+    std::partial_sort(found.begin(), found.begin() + static_cast<std::ptrdiff_t>(most), found.end(),
+                      [](RouteNode const* a, RouteNode const* b) {
+                          return a->partitionRouteCount() < b->partitionRouteCount();
+                      });
+    found.resize(most);
+    if (LpmTrie::Node* const above = roots.front()->parent(); above != nullptr) {
+        found.push_back(partitionRootOf(routeNode(above)));
+    }
+    return found;
+}
+
+WindowPolicy::Choice WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim const& aim) {
+    Choice best;
+    sortRoots(roots);
+    best.roots = roots;
+    Window const window(std::move(roots), std::max(aim.bound / grainsPerBucket, U32{1}), ++mark_);
+    std::size_t const pieces = best.roots.size();
+    std::size_t const most = aim.save ? pieces - 1 : pieces + aim.growth;
+    for (U32 const keep : keepParts) {
+        for (U32 const hundredths : limitParts) {
+            U32 const limit = part(aim.limit, hundredths);
+            if (most == 0 ||
+                !cutter_.cut(window, std::max(limit, U32{1}), part(aim.bound, keep), most)) {
+                break;  // a lower limit takes more pieces still
+            }
+            consider(window, aim, best);
+        }
+    }
+    return best;
+}
+
+void WindowPolicy::consider(Window const& window, Aim const& aim, Choice& best) {
+    cutter_.judge(window, trial_);
+    if (trial_.largest() > aim.limit) {
+        return;
+    }
+    auto const pieces = static_cast<double>(trial_.sizes.size());
+    auto const before = static_cast<double>(window.roots().size());
+    double const bound = aim.bound;
+    auto const moves = static_cast<double>(trial_.moves);
+    if (aim.save && moves > (before - pieces) * bound * weights_.mergePrice / 100) {
+        return;
+    }
+    double const cost = moves + (pieces - before) * bound * weights_.bucketPrice / 100;
+    if (!best.found || cost < best.cost) {
+        best.found = true;
+        best.cost = cost;
+        best.cut.oldRoots = window.roots();
+        best.cut.newRoots = cutter_.roots(window);
+    }
+}
+
+}  // namespace LpmClient
