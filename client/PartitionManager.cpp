@@ -45,12 +45,18 @@ std::string_view text(Outcome outcome) noexcept {
 
 PartitionManager::PartitionManager(Hardware& hardware, Torvel::Bitmap::Ptr numbers,
                                    ManagerOptions const& options)
+    : PartitionManager(
+          hardware, std::move(numbers), options,
+          makePolicy(options.policy.empty() ? policies().front().name : options.policy)) {}
+
+PartitionManager::PartitionManager(Hardware& hardware, Torvel::Bitmap::Ptr numbers,
+                                   ManagerOptions const& options, std::unique_ptr<Policy> policy)
     : bucketRoutes_(boundOf(options, hardware)),
       hwTable_(options.hwTable),
       numbers_(std::move(numbers)),
       trie_(ClientTrie::ClientTrieIs(options.vrfId, options.af)),
       writer_(hardware, options.vrfId, options.af),
-      policy_(makePolicy(options.policy.empty() ? policies().front().name : options.policy)) {}
+      policy_(std::move(policy)) {}
 
 PartitionManager::~PartitionManager() {
     LpmTrie::removeAll(*trie_);

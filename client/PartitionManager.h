@@ -65,6 +65,9 @@ public:
      */
     PartitionManager(Hardware& hardware, Torvel::Bitmap::Ptr numbers,
                      ManagerOptions const& options);
+    /** The same with a policy of the caller's own; `options.policy` is ignored. */
+    PartitionManager(Hardware& hardware, Torvel::Bitmap::Ptr numbers, ManagerOptions const& options,
+                     std::unique_ptr<Policy> policy);
     PartitionManager(PartitionManager const&) = delete;
     PartitionManager& operator=(PartitionManager const&) = delete;
     ~PartitionManager();

@@ -39,6 +39,8 @@ std::optional<Cut> WindowPolicy::makeRoom(ClientTrie& /*trie*/, RouteNode* root,
     Aim aim;
     aim.bound = room.bucketRoutes;
     aim.growth = std::min<U32>(room.freshBuckets, 1);
+    aim.freshBuckets = room.freshBuckets;
+    aim.incoming = incoming;
     for (U32 const keepFree : {slack, U32{0}}) {
         aim.limit = std::max(room.bucketRoutes - keepFree, U32{1});
         Choice const choice = search(root, aim);
@@ -61,6 +63,7 @@ std::optional<Cut> WindowPolicy::shrink(ClientTrie& /*trie*/, RouteNode* root, R
                              static_cast<U32>(U64{room.bucketRoutes} * weights_.slack / 1000),
                          U32{1});
     aim.save = true;
+    aim.freshBuckets = room.freshBuckets;
     Choice const choice = search(root, aim);
     return choice.found ? std::optional(choice.cut) : std::nullopt;
 }
@@ -116,14 +119,20 @@ WindowPolicy::Choice WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim 
     Choice best;
     sortRoots(roots);
     best.roots = roots;
-    Window const window(std::move(roots), std::max(aim.bound / grainsPerBucket, U32{1}), ++mark_);
-    std::size_t const pieces = best.roots.size();
+    std::size_t const pieces = roots.size();
     std::size_t const most = aim.save ? pieces - 1 : pieces + aim.growth;
+    U64 routes = 0;
+    for (RouteNode const* const root : roots) {
+        routes += root->partitionRouteCount();
+    }
+    if (routes > most * aim.limit) {
+        return best;
+    }
+    Window const window(std::move(roots), std::max(aim.bound / grainsPerBucket, U32{1}), ++mark_);
     for (U32 const keep : keepParts) {
         for (U32 const hundredths : limitParts) {
             U32 const limit = part(aim.limit, hundredths);
-            if (most == 0 ||
-                !cutter_.cut(window, std::max(limit, U32{1}), part(aim.bound, keep), most)) {
+            if (!cutter_.cut(window, std::max(limit, U32{1}), part(aim.bound, keep), most)) {
                 break;  // a lower limit takes more pieces still
             }
             consider(window, aim, best);
@@ -137,19 +146,24 @@ void WindowPolicy::consider(Window const& window, Aim const& aim, Choice& best) 
     if (trial_.largest() > aim.limit) {
         return;
     }
-    auto const pieces = static_cast<double>(trial_.sizes.size());
-    auto const before = static_cast<double>(window.roots().size());
     double const bound = aim.bound;
-    auto const moves = static_cast<double>(trial_.moves);
-    if (aim.save && moves > (before - pieces) * bound * weights_.mergePrice / 100) {
+    double const growth =
+        static_cast<double>(trial_.sizes.size()) - static_cast<double>(window.roots().size());
+    double const price = growth * bound * weights_.bucketPrice / 100;
+    auto moves = static_cast<double>(trial_.moves);
+    if (best.found && moves + price >= best.cost) {
         return;
     }
-    double const cost = moves + (pieces - before) * bound * weights_.bucketPrice / 100;
-    if (!best.found || cost < best.cost) {
+    Cut cut{window.roots(), cutter_.roots(window)};
+    // Pieces that wait for each other may cost more than what they do not have in common.
+    Recut const plan = planRecut(cut, aim.bound, aim.incoming);
+    moves = static_cast<double>(plan.moves);
+    bool const pays = !aim.save || moves <= -growth * bound * weights_.mergePrice / 100;
+    if (pays && plan.freshBuckets <= aim.freshBuckets &&
+        (!best.found || moves + price < best.cost)) {
         best.found = true;
-        best.cost = cost;
-        best.cut.oldRoots = window.roots();
-        best.cut.newRoots = cutter_.roots(window);
+        best.cost = moves + price;
+        best.cut = std::move(cut);
     }
 }
 

@@ -12,7 +12,7 @@ struct WindowWeights {
     /** Neighbours tried at each size of the window. */
     U32 neighbours = 6;
     /** Parts in a thousand of a bucket that stay free in every piece that is cut. */
-    U32 slack = 50;
+    U32 slack = 70;
     /** What a bucket more costs, in hundredths of its bound, weighed against moved routes. */
     U32 bucketPrice = 400;
     /** Most routes moved for each bucket that a withdrawal may save, in hundredths of its bound. */
@@ -46,6 +46,8 @@ private:
         U32 bound = 0;           // routes of a bucket
         std::size_t growth = 0;  // pieces more than now, at most
         bool save = false;       // only cuts with fewer pieces
+        U32 freshBuckets = 0;    // as many there are
+        RouteNode const* incoming = nullptr;
     };
 
     Choice search(RouteNode* root, Aim const& aim);

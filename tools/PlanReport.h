@@ -1,0 +1,90 @@
+#pragma once
+
+#include <client/PartitionManager.h>
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+/*
+ * What `lpmtrie plan` has found out, for everything that shows it: the summary, JSON, the time line
+ * and the page.
+ */
+
+namespace LpmTools {
+
+using Vexo::U32;
+using Vexo::U64;
+
+/** One line of the time line. */
+struct PlanSample {
+    U64 update = 0;  // announcements and withdrawals so far
+    U64 routes = 0;
+    U64 buckets = 0;
+    double fill = 0;             // routes a bucket, as a part of its bound
+    U64 writes = 0;              // hardware writes so far
+    U64 moves = 0;               // routes written again into another bucket so far
+    std::optional<U64> optimum;  // the fewest buckets possible for these routes
+
+    bool operator==(PlanSample const&) const noexcept = default;
+};
+
+/** How the chip's answers compare with a brute-force longest match. */
+struct AnswerCheck {
+    U64 addresses = 0;
+    U64 wrong = 0;
+    std::string firstWrong;  // address, the chip's answer and the right one
+};
+
+/** One family's plan. */
+struct FamilyPlan {
+    Nimbal::AddressFamily af = Nimbal::AddressFamily::none;
+    U64 routes = 0;
+    U64 buckets = 0;
+    std::optional<U64> optimum;
+    double fill = 0;
+    std::array<U64, 20> fillHistogram{};  // buckets by fill: 0 to 5 %, ..., over 95 %
+    std::array<U64, 129> lengths{};       // routes by prefix length
+    std::vector<U64> depths;              // routes by the number of nodes above them
+    std::vector<PlanSample> samples;
+    LpmClient::ManagerCounts counts;
+    LpmClient::WriteCounts writes;  // of the chip since the family began
+    U64 owed = 0;                   // updates that found no room or were refused
+    U64 differences = 0;            // between trie and chip at the end; must be 0
+    AnswerCheck answers;
+    double seconds = 0;  // in the partition manager
+};
+
+/** What reading one input gave. */
+struct InputReport {
+    std::string name;
+    std::string format;  // "text", "MRT"
+    U64 records = 0;     // lines of a text
+    U64 announced = 0;
+    U64 withdrawn = 0;
+    U64 hostBitsCleared = 0;
+    std::vector<std::pair<std::string, U64>> skipped;  // what was not understood, by name
+    std::string error;                                 // why reading ended early, if it did
+};
+
+struct PlanReport {
+    std::vector<InputReport> inputs;
+    std::string policy;
+    std::string start;  // "download" or "one by one": how the tables were taken in
+    U32 bucketRoutes = 0;
+    U32 bucketLimit = 0;
+    std::optional<U64> seed;  // of a generated table
+    std::vector<FamilyPlan> families;
+};
+
+/** The summary for a person, ending in a line feed. */
+std::string planText(PlanReport const& report);
+/** One JSON document, ending in a line feed. */
+std::string planJson(PlanReport const& report);
+/** The time lines: a head line, then "family,update,routes,buckets,fill,writes,moves,optimum". */
+std::string planCsv(PlanReport const& report);
+/** One self-contained HTML page. */
+std::string planHtml(PlanReport const& report);
+
+}  // namespace LpmTools
