@@ -18,8 +18,8 @@ void keep(std::optional<MrtCursor>& kept, MrtCursor const& value, char const* na
 MrtAttributes readMrtAttributes(MrtCursor from) {
     MrtAttributes attributes;
     while (!from.atEnd()) {
-        U8 const flags = from.u8("flags of an attribute");
-        U8 const type = from.u8("type of an attribute");
+        U8 const flags = from.u8("head of an attribute");
+        U8 const type = from.u8("head of an attribute");
         std::size_t const length = (flags & extendedLength) != 0 ? from.u16("attribute's length")
                                                                  : from.u8("attribute's length");
         switch (type) {

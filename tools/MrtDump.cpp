@@ -43,17 +43,17 @@ MrtEvent entry() {
 
 void readTableDump(MrtRecord& record, AddressFamily af, MrtCursor& body) {
     MrtEvent event = entry();
-    body.bytes(4, "view and sequence numbers");
+    body.bytes(4, "sequence number");
     IpGenPrefix const address = readMrtAddress(body, af, "prefix");
     U32 const len = body.u8("prefix length");
     checkMrtPrefixLen(af, len);
     event.prefix = {af, address.address(), len};
-    body.bytes(5, "status and time");
+    body.bytes(5, "time");
     MrtPeer peer;
     peer.address = readMrtAddress(body, af, "peer's address");
     peer.as = body.u16("peer's AS");
     std::size_t const length = body.u16("attributes' length");
-    event.nextHop = readNextHop(record, body.part(length, "attributes"));
+    event.nextHop = readNextHop(record, body.part(length, "list of attributes"));
     event.peer = record.peers.number(peer);
     record.add(event);
 }
@@ -98,7 +98,7 @@ void readRib(MrtRecord& record, AddressFamily af, bool hasPathIds, MrtCursor& bo
         body.u32("time of an entry");
         event.pathId = hasPathIds ? body.u32("path identifier") : 0;
         std::size_t const length = body.u16("attributes' length");
-        event.nextHop = readNextHop(record, body.part(length, "attributes"));
+        event.nextHop = readNextHop(record, body.part(length, "list of attributes"));
         record.add(event);
     }
 }

@@ -6,6 +6,10 @@
  * all announcements, so that a route that stands in both is announced in the end (RFC 7606, 5.1).
  *
  * RFC 8050 adds subtypes in whose updates each route has a path identifier in front.
+ *
+ * Deliberate: a list of routes whose last one is cut off is taken up to there and counted, unless
+ * strict. Such messages stand in archives, from senders that left a byte too many, and the list has
+ * a length of its own, so that nothing behind it is in doubt.
  */
 
 #include <tools/MrtMessage.h>
@@ -53,28 +57,28 @@ public:
 
     void read(MrtCursor message) {
         MrtCursor const withdrawn =
-            message.part(message.u16("withdrawn routes' length"), "withdrawn routes");
-        MrtCursor const all = message.part(message.u16("attributes' length"), "attributes");
+            message.part(message.u16("withdrawn routes' length"), "list of withdrawn routes");
+        MrtCursor const all = message.part(message.u16("attributes' length"), "list of attributes");
         MrtAttributes const attributes = readMrtAttributes(all);
         ++record_.counts.updates;
-        std::size_t const before = record_.events.size();
         withdraw(withdrawn, AddressFamily::ipv4);
-        bool const mayEndRib = readUnreach(attributes.unreach) || all.atEnd();
+        bool const endsOtherRib = readUnreach(attributes.unreach) && !attributes.reach;
         readReach(attributes.reach);
         announce(message, AddressFamily::ipv4, readMrtNextHop(attributes));
-        if (mayEndRib && !attributes.reach && record_.events.size() == before) {
+        if (withdrawn.atEnd() && message.atEnd() && (all.atEnd() || endsOtherRib)) {
             ++record_.counts.endOfRibMarkers;
         }
     }
 
 private:
-    /** Are there such routes, and of a family that is read? Others are skipped. */
+    /** Is it of a family that is read, but with no routes (RFC 4724, 2)? Others are skipped. */
     bool readUnreach(std::optional<MrtCursor> value) {
         AddressFamily const af = value ? readFamily(*value) : AddressFamily::none;
-        if (af != AddressFamily::none) {
-            withdraw(*value, af);
+        if (af == AddressFamily::none) {
+            return false;
         }
-        return af != AddressFamily::none;
+        withdraw(*value, af);
+        return value->atEnd();
     }
 
     void readReach(std::optional<MrtCursor> value) {
@@ -105,10 +109,24 @@ private:
     }
     void readRoutes(MrtCursor routes, AddressFamily af) {
         while (!routes.atEnd()) {
+            if (!record_.strict && endsWithinRoute(routes, af)) {
+                ++record_.counts.cutRoutes;
+                return;
+            }
             event_.pathId = hasPathIds_ ? routes.u32("path identifier") : 0;
             event_.prefix = readMrtPrefix(routes, af);
             record_.add(event_);
         }
+    }
+    bool endsWithinRoute(MrtCursor routes, AddressFamily af) const {
+        std::size_t const before = hasPathIds_ ? 4 : 0;
+        if (routes.left() <= before) {
+            return true;
+        }
+        routes.bytes(before, "path identifier");
+        U32 const len = routes.u8("prefix length");
+        checkMrtPrefixLen(af, len);
+        return routes.left() < (len + 7) / 8;
     }
 
     MrtRecord& record_;
@@ -160,7 +178,7 @@ bool readMrtMessage(MrtRecord& record, U16 subtype, MrtCursor& body) {
     peer.address = readMrtAddress(body, af, "peer's address");
     readMrtAddress(body, af, "collector's address");
     if (form.isStateChange) {
-        body.u32("states");
+        body.u32("pair of states");
         ++record.counts.stateChanges;
     } else {
         readMessage(record, peer, form.hasPathIds, body);

@@ -107,7 +107,7 @@ void MrtReader::decode(MrtKind kind, U32 seconds) {
         isKnown = readMrtDump(record, kind, body, peerIndex_);
         break;
     case MrtType::bgp4mpEt:
-        record.microseconds = body.u32("microseconds");
+        record.microseconds = body.u32("count of microseconds");
         [[fallthrough]];
     case MrtType::bgp4mp:
         isKnown = readMrtMessage(record, kind.subtype, body);

@@ -56,7 +56,10 @@ public:
     /** So many different kinds of unknown records are counted one by one. */
     static constexpr std::size_t mostUnknownKinds = 1024;
 
-    /** `strict` refuses a prefix with host bits, which are cleared and counted otherwise. */
+    /**
+     * `strict` refuses a prefix with host bits, which are cleared and counted otherwise, and a list
+     * of routes that ends within one, which is counted and read up to there otherwise.
+     */
     MrtReader(std::unique_ptr<ByteSource> source, std::string name, MrtPeers& peers,
               bool strict = false);
 

@@ -14,7 +14,7 @@ namespace LpmTools {
 struct MrtEvent {
     Nimbal::IpGenPrefix prefix;  // host bits are cleared
     U32 peer = 0;                // its number in MrtPeers
-    U32 pathId = 0;              // of several to one prefix (RFC 7911); 0 where there is one
+    U32 pathId = 0;              // of several to one prefix (RFC 7911); 0 where there is but one
     NextHop nextHop;             // empty for a withdrawal
     U32 seconds = 0;             // of the record, since 1970
     U32 microseconds = 0;        // where the record tells them
@@ -32,12 +32,13 @@ struct MrtCounts {
     U64 withdrawals = 0;
     U64 updates = 0;          // messages, whatever they held
     U64 endOfRibMarkers = 0;  // updates among them
-    /** Messages of each further type, at its number (RFC 4271, 4.1); at 0 those of unknown types.*/
+    /** Messages of each further type, at its number (RFC 4271, 4.1); at 0 of unknown types. */
     std::array<U64, 6> otherMessages{};
     U64 stateChanges = 0;
     U64 peerTables = 0;
     U64 otherFamilies = 0;    // updates' parts and records about others than IP unicast: skipped
     U64 hostBitsCleared = 0;  // events whose prefix had bits set past its length
+    U64 cutRoutes = 0;        // lists of routes in updates that end within a route: it is left out
     U64 recordsWithMore = 0;  // bytes left over behind all that they should hold: ignored
     U64 unknownRecords = 0;
 
@@ -49,7 +50,7 @@ struct MrtRecord {
     MrtPeers& peers;
     MrtCounts& counts;
     std::vector<MrtEvent>& events;
-    bool strict = false;  // refuse host bits
+    bool strict = false;  // refuse host bits and lists of routes that end within one
     U32 seconds = 0;
     U32 microseconds = 0;
     bool hasMore = false;  // set when a part of the record has bytes left over
