@@ -1,11 +1,10 @@
 #pragma once
 
 #include <Vexo/Types.h>
+#include <tools/ByteSource.h>
 
 #include <cstddef>
 #include <span>
-#include <stdexcept>
-#include <string>
 
 namespace LpmTools {
 
@@ -15,9 +14,9 @@ using Vexo::U64;
 using Vexo::U8;
 
 /** What is wrong with a record, in words. The reader adds which record of which file it is. */
-class MrtFault : public std::runtime_error {
+class MrtFault : public InputError {
 public:
-    using std::runtime_error::runtime_error;
+    using InputError::InputError;
 };
 
 /**
