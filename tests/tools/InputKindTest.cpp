@@ -2,6 +2,7 @@
 
 #include <tests/tools/MrtBytes.h>
 #include <tests/tools/MrtReading.h>
+#include <tests/tools/Seed.h>
 
 #include <gtest/gtest.h>
 
@@ -47,8 +48,8 @@ TEST(InputKindTest, beginningTooShortToTellIsText) {
 
 /** A line that a text table can begin with, with anything in its comment. */
 TEST(InputKindTest, noTextTableIsEverMrt) {
-    unsigned const seed = std::random_device()();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    unsigned const seed = ToolsTest::newSeed();
+    SCOPED_TRACE(ToolsTest::traceOf(seed));
     std::mt19937 random(seed);
     for (int i = 0; i < 100'000; ++i) {
         constexpr std::string_view blanks = " \t\r\v\f\n";

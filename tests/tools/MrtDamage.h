@@ -28,7 +28,8 @@ public:
         checkFlip(at, '\xff');
         checkFlip(at, '\x01');
     }
-    void checkEverywhere();
+    /** At every byte, or at every so many. */
+    void checkEverywhere(std::size_t step = 1);
 
 private:
     struct Record {

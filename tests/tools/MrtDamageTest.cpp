@@ -1,5 +1,6 @@
 #include <tests/tools/MrtBytes.h>
 #include <tests/tools/MrtDamage.h>
+#include <tests/tools/Seed.h>
 
 #include <gtest/gtest.h>
 
@@ -51,8 +52,8 @@ TEST(MrtDamageTest, anyByteMayStandAnywhere) {
 }
 
 TEST(MrtDamageTest, noiseBehindAGoodBeginningIsSurvived) {
-    unsigned const seed = std::random_device()();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    unsigned const seed = ToolsTest::newSeed();
+    SCOPED_TRACE(ToolsTest::traceOf(seed));
     std::mt19937 random(seed);
     std::string const good = sampleStream();
     Reading const whole = readMrt(good);

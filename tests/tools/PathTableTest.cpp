@@ -1,4 +1,5 @@
 #include <tests/Support/AllocationFailure.h>
+#include <tests/tools/Seed.h>
 #include <tools/PathTable.h>
 
 #include <gmock/gmock.h>
@@ -133,8 +134,8 @@ private:
 };
 
 TEST(PathTableTest, anyChangesAreThoseOfThePlainModel) {
-    unsigned const seed = std::random_device()();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    unsigned const seed = ToolsTest::newSeed();
+    SCOPED_TRACE(ToolsTest::traceOf(seed));
     std::mt19937 random(seed);
     auto const below = [&](U32 bound) { return static_cast<U32>(random() % bound); };
     PathTable table;
