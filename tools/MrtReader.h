@@ -42,7 +42,9 @@ private:
  *     for (MrtEvent event; reader.next(event);) { ... }
  *
  * A record is delivered whole or not at all: the first one that lies about its lengths, and the end
- * of the file within one, end the reading; what was delivered and counted before stays good.
+ * of the file within one, end the reading; what was delivered and counted before stays good. (Of a
+ * damaged gzip file it need not be: only the file's end holds the check sum that tells.)
+ *
  * Unicast routes of IPv4 and IPv6 are read; other records and families are counted and skipped.
  * Bytes left over behind all that a record should hold are no error, but counted.
  *
