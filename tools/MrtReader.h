@@ -53,7 +53,7 @@ private:
  */
 class MrtReader {
 public:
-    /** A record of more bytes is refused. Real ones have some hundred thousand at most. */
+    /** A record of more bytes is refused: 65,535 paths of 255 bytes each, the most in one, fit. */
     static constexpr U32 longestRecord = U32{16} << 20;
     /** So many different kinds of unknown records are counted one by one. */
     static constexpr std::size_t mostUnknownKinds = 1024;
