@@ -1,9 +1,8 @@
 #include <tools/TableReader.h>
 
-#include <Vexo/CharRange.h>
 #include <Vexo/RangeException.h>
+#include <tools/LineReader.h>
 
-#include <array>
 #include <string_view>
 #include <unordered_set>
 
@@ -11,74 +10,12 @@ namespace LpmTools {
 
 namespace {
 
-/**
- * Longer lines are cut, so that memory stays bounded. What is cut off must be comment, or the line
- * is bad.
- */
-constexpr std::size_t longestLine = 512;
-
-/** Cuts a stream into lines. What `line` gives is good until the next call. */
-class LineReader {
-public:
-    explicit LineReader(std::string const& path) : source_(openInput(path)) {}
-
-    bool next() {
-        line_.clear();
-        bool any = false;
-        for (char c = 0; take(c);) {
-            any = true;
-            if (c == '\n') {
-                break;
-            }
-            if (line_.size() <= longestLine) {
-                line_ += c;
-            }
-        }
-        number_ += any ? U64{1} : U64{0};
-        return any;
-    }
-    std::string_view line() const noexcept { return line_; }
-    /** What `line` gives is not all of it. */
-    bool isCut() const noexcept { return line_.size() > longestLine; }
-    U64 number() const noexcept { return number_; }
-
-private:
-    bool take(char& c) {
-        if (at_ == length_) {
-            length_ = source_->read(block_);
-            at_ = 0;
-            if (length_ == 0) {
-                return false;
-            }
-        }
-        c = block_[at_++];
-        return true;
-    }
-
-    std::unique_ptr<ByteSource> source_;
-    std::array<char, 65536> block_{};
-    std::size_t at_ = 0;
-    std::size_t length_ = 0;
-    std::string line_;
-    U64 number_ = 0;
-};
-
-std::string_view trimmed(std::string_view line) {
-    constexpr std::string_view blanks = " \t\r\v\f";
-    line = line.substr(0, line.find('#'));
-    std::size_t const first = line.find_first_not_of(blanks);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return line.substr(first, line.find_last_not_of(blanks) - first + 1);
-}
-
 class TableBuilder {
 public:
     explicit TableBuilder(TableOptions const& options) : options_(options) {}
 
     void add(std::string const& path) {
-        LineReader reader(path);
+        LineReader reader(openInput(path));
         while (reader.next()) {
             ++table_.lines;
             try {
@@ -93,13 +30,7 @@ public:
 
 private:
     void addLine(LineReader const& reader) {
-        std::string_view const line = reader.line();
-        std::string_view const text = trimmed(line);
-        if (reader.isCut() && line.find('#') == std::string_view::npos) {
-            throw Vexo::RangeException(
-                Vexo::quotedForMessage(text) +
-                Vexo::formatString(": the line is longer than %zu characters", longestLine));
-        }
+        std::string_view const text = reader.text();
         if (!text.empty()) {
             addPrefix(text);
         }

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <tools/ByteSource.h>
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <span>
+
+namespace LpmTools {
+
+/** So many of a stream's first bytes tell what it is. */
+inline constexpr std::size_t inputHeadSize = 8;
+
+/**
+ * Do the first bytes of an unpacked stream begin an MRT file? No text table ever does; a stream
+ * that is empty or too short to tell is text.
+ */
+bool looksLikeMrt(std::span<char const> head) noexcept;
+
+/** A source whose first bytes can be looked at before they are read. */
+class PeekedSource final : public ByteSource {
+public:
+    /** Reads the first bytes. Throws InputError. */
+    explicit PeekedSource(std::unique_ptr<ByteSource> source);
+
+    /** As many of the first `inputHeadSize` bytes as there are, read on or not. */
+    std::span<char const> head() const noexcept { return std::span(head_).first(size_); }
+    std::size_t read(std::span<char> buffer) override;
+
+private:
+    std::unique_ptr<ByteSource> source_;
+    std::array<char, inputHeadSize> head_{};
+    std::size_t size_ = 0;
+    std::size_t at_ = 0;
+};
+
+}  // namespace LpmTools

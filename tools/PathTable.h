@@ -1,0 +1,75 @@
+#pragma once
+
+#include <Nimbal/IpGenPrefix.h>
+#include <tools/IndexedPool.h>
+#include <tools/NextHop.h>
+
+namespace LpmTools {
+
+/** What a path that comes or goes means for the route to its prefix. */
+enum class RouteChange : Vexo::U8 { none, added, removed, nextHopChanged };
+
+/**
+ * The live paths of many peers. All paths to one prefix are one route, which lives while it has a
+ * path. Its next hop is that of its first path: of the lowest peer number, and of those the one of
+ * the lowest path identifier. That is no path selection as routers do it, but depends on nothing
+ * but the set of paths.
+ *
+ * A path takes 16 bytes, a route 28 and its place in the index 5 to 11. A change takes time linear
+ * in the paths of its route. One that fails for want of memory changes no path.
+ */
+class PathTable {
+public:
+    /** Replaces the path of this peer and identifier if there is one, as BGP has it. */
+    RouteChange announce(U32 peer, U32 pathId, Nimbal::IpGenPrefix const& prefix,
+                         NextHop const& nextHop);
+    /** Of a path that is not there: nothing. */
+    RouteChange withdraw(U32 peer, U32 pathId, Nimbal::IpGenPrefix const& prefix);
+
+    /** Null where there is no route; good until the next change. */
+    NextHop const* nextHop(Nimbal::IpGenPrefix const& prefix) const;
+    U64 routes() const noexcept { return routes_.size(); }
+    U64 paths() const noexcept { return paths_.size(); }
+    /** Different next hops of live paths. */
+    U64 nextHops() const noexcept { return hops_.size(); }
+    /** Bytes held. They are used again, but not given back before the end. */
+    U64 memory() const noexcept { return routes_.memory() + paths_.memory() + hops_.memory(); }
+
+    /** Calls `visit(prefix, nextHop)` for every route, in no particular order. */
+    template <class Visit>
+    void forEachRoute(Visit&& visit) const {
+        routes_.forEach(
+            [&](Route const& route) { visit(route.key, hops_[paths_[route.link].hop].key); });
+    }
+
+private:
+    struct Route {
+        Nimbal::IpGenPrefix key;
+        U32 link = 0;  // its first path
+    };
+    struct Path {
+        U32 peer = 0;
+        U32 pathId = 0;
+        U32 hop = 0;
+        U32 link = 0;  // the next path of the route, ascending by peer and identifier
+    };
+    struct Hop {
+        NextHop key;
+        U32 link = 0;  // paths that lead there
+    };
+    struct HopHash {
+        std::size_t operator()(NextHop const& hop) const noexcept;
+    };
+
+    U32 useHop(NextHop const& nextHop);
+    void leaveHop(U32 hop);
+    U32* findPlace(U32* link, U32 peer, U32 pathId);
+    bool isPath(U32 number, U32 peer, U32 pathId) const;
+    RouteChange addRoute(Path const& path, Nimbal::IpGenPrefix const& prefix);
+
+    IndexedPool<Route, std::hash<Nimbal::IpGenPrefix>> routes_;
+    Pool<Path> paths_;
+    IndexedPool<Hop, HopHash> hops_;
+};
+
+}  // namespace LpmTools
