@@ -25,12 +25,13 @@ std::unique_ptr<Policy> makePolicy(std::string_view name) {
     }
     if (name == "window-tight") {
         weights.pieces = 5;
-        weights.slack = 30;
+        weights.slack = 60;
+        weights.balance = 20;
         return std::make_unique<WindowPolicy>(weights);
     }
     if (name == "window-calm") {
         weights.pieces = 2;
-        weights.slack = 100;
+        weights.slack = 150;
         return std::make_unique<WindowPolicy>(weights);
     }
     if (name == "redistribute" || name == "half") {

@@ -1,6 +1,7 @@
 #include <client/WindowPolicy.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace LpmClient {
 
@@ -11,10 +12,14 @@ constexpr U32 never = ~U32{0};
 /** Subtrees below this part of a bucket are not cut. */
 constexpr U32 grainsPerBucket = 32;
 
-/** Limits that are tried, in hundredths of the highest one. */
-constexpr std::array<U32, 7> limitParts{100, 95, 90, 80, 70, 60, 52};
-/** Present roots that stay roots: those with so many hundredths of the limit. */
-constexpr std::array<U32, 3> keepParts{never, 80, 50};
+/** A cut that is tried. */
+struct Attempt {
+    U32 limit;  // routes of a piece, in hundredths of the highest limit
+    U32 keep;   // present roots with so many routes stay roots, in hundredths of the bound
+};
+
+/** Of a wider field of 21 limits and thresholds these had won all but some of a hundred recuts. */
+constexpr std::array<Attempt, 4> attempts{{{100, never}, {100, 50}, {95, never}, {90, never}}};
 
 U32 part(U32 whole, U32 hundredths) {
     return hundredths == never ? never : static_cast<U32>(U64{whole} * hundredths / 100);
@@ -41,6 +46,7 @@ std::optional<Cut> WindowPolicy::makeRoom(ClientTrie& /*trie*/, RouteNode* root,
     aim.growth = std::min<U32>(room.freshBuckets, 1);
     aim.freshBuckets = room.freshBuckets;
     aim.incoming = incoming;
+    aim.balance = inOrder ? 0 : weights_.balance;
     for (U32 const keepFree : {slack, U32{0}}) {
         aim.limit = std::max(room.bucketRoutes - keepFree, U32{1});
         Choice const choice = search(root, aim);
@@ -115,7 +121,7 @@ std::vector<RouteNode*> WindowPolicy::neighboursOf(std::vector<RouteNode*> const
     return found;
 }
 
-WindowPolicy::Choice WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim const& aim) {
+WindowPolicy::Choice WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim aim) {
     Choice best;
     sortRoots(roots);
     best.roots = roots;
@@ -128,17 +134,34 @@ WindowPolicy::Choice WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim 
     if (routes > most * aim.limit) {
         return best;
     }
+    std::vector<U32> sizes;
+    for (RouteNode const* const root : roots) {
+        sizes.push_back(root->partitionRouteCount());
+    }
+    aim.worthBefore = worth(sizes, aim);
     Window const window(std::move(roots), std::max(aim.bound / grainsPerBucket, U32{1}), ++mark_);
-    for (U32 const keep : keepParts) {
-        for (U32 const hundredths : limitParts) {
-            U32 const limit = part(aim.limit, hundredths);
-            if (!cutter_.cut(window, std::max(limit, U32{1}), part(aim.bound, keep), most)) {
-                break;  // a lower limit takes more pieces still
-            }
+    for (Attempt const& attempt : attempts) {
+        U32 const limit = std::max(part(aim.limit, attempt.limit), U32{1});
+        if (cutter_.cut(window, limit, part(aim.bound, attempt.keep), most)) {
             consider(window, aim, best);
         }
     }
     return best;
+}
+
+/**
+ * Where routes come all over the table, a piece of s routes in a bucket of n fills after it has
+ * grown by n / s: by the logarithm of that it puts off the next recut.
+ */
+double WindowPolicy::worth(std::vector<U32> const& sizes, Aim const& aim) const {
+    if (aim.balance == 0) {
+        return 0;
+    }
+    double sum = 0;
+    for (U32 const size : sizes) {
+        sum += std::log(static_cast<double>(aim.bound) / std::max(size, U32{1}));
+    }
+    return sum * aim.bound * aim.balance / 100;
 }
 
 void WindowPolicy::consider(Window const& window, Aim const& aim, Choice& best) {
@@ -149,7 +172,8 @@ void WindowPolicy::consider(Window const& window, Aim const& aim, Choice& best) 
     double const bound = aim.bound;
     double const growth =
         static_cast<double>(trial_.sizes.size()) - static_cast<double>(window.roots().size());
-    double const price = growth * bound * weights_.bucketPrice / 100;
+    double const price =
+        growth * bound * weights_.bucketPrice / 100 - worth(trial_.sizes, aim) + aim.worthBefore;
     auto moves = static_cast<double>(trial_.moves);
     if (best.found && moves + price >= best.cost) {
         return;

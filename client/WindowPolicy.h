@@ -12,9 +12,11 @@ struct WindowWeights {
     /** Neighbours tried at each size of the window. */
     U32 neighbours = 6;
     /** Parts in a thousand of a bucket that stay free in every piece that is cut. */
-    U32 slack = 70;
+    U32 slack = 100;
     /** What a bucket more costs, in hundredths of its bound, weighed against moved routes. */
     U32 bucketPrice = 400;
+    /** What a cut is worth that leaves pieces emptier, in hundredths: see `worth`. */
+    U32 balance = 0;
     /** Most routes moved for each bucket that a withdrawal may save, in hundredths of its bound. */
     U32 mergePrice = 50;
 };
@@ -48,10 +50,13 @@ private:
         bool save = false;       // only cuts with fewer pieces
         U32 freshBuckets = 0;    // as many there are
         RouteNode const* incoming = nullptr;
+        U32 balance = 0;         // see WindowWeights
+        double worthBefore = 0;  // of the window's pieces as they are
     };
 
     Choice search(RouteNode* root, Aim const& aim);
-    Choice tryWindow(std::vector<RouteNode*> roots, Aim const& aim);
+    Choice tryWindow(std::vector<RouteNode*> roots, Aim aim);
+    double worth(std::vector<U32> const& sizes, Aim const& aim) const;
     void consider(Window const& window, Aim const& aim, Choice& best);
     std::vector<RouteNode*> neighboursOf(std::vector<RouteNode*> const& roots) const;
     void noteArrival(RouteNode const* incoming);

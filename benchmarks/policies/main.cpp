@@ -1,0 +1,140 @@
+/*
+ * Measures the client's policies: buckets as a ratio to the fewest possible, the worst of ten
+ * tenths of a work, against moved routes. One line of CSV for each work, family, bucket, seed and
+ * policy.
+ */
+
+#include "PolicyWorks.h"
+
+#include <client/WindowPolicy.h>
+#include <tools/RouteGenerator.h>
+#include <tools/TableReader.h>
+
+#include <CLI/CLI.hpp>
+
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+namespace {
+
+using LpmClient::U32;
+using LpmClient::U64;
+using PolicyFigures::Figures;
+using PolicyFigures::Setting;
+
+struct Options {
+    std::vector<std::string> tables;
+    std::vector<U32> buckets{64, 128, 256, 512};
+    std::vector<U64> seeds{1, 2, 3};
+    std::vector<std::string> policies;
+    std::vector<std::string> works{"download", "random", "address", "replacements"};
+    U64 replacements = 1000000;
+    U32 ipv4 = 1000000;
+    U32 ipv6 = 200000;
+};
+
+/** A policy's name, or a window policy's weights: "window:pieces,neighbours,slack,price,merge". */
+PolicyFigures::MakePolicy policyMaker(std::string const& name) {
+    std::string const head = "window:";
+    if (name.rfind(head, 0) != 0) {
+        LpmClient::makePolicy(name);  // a wrong name is told at once
+        return [name] { return LpmClient::makePolicy(name); };
+    }
+    LpmClient::WindowWeights weights;
+    std::istringstream numbers(name.substr(head.size()));
+    char comma = 0;
+    numbers >> weights.pieces >> comma >> weights.neighbours >> comma >> weights.slack >> comma >>
+        weights.bucketPrice >> comma >> weights.mergePrice;
+    if (!numbers) {
+        throw std::invalid_argument(name + ": a window policy has five weights");
+    }
+    return [weights] { return std::make_unique<LpmClient::WindowPolicy>(weights); };
+}
+
+void print(std::string const& work, Setting const& setting, std::string const& policy,
+           Figures const& figures, U64 updatesEach) {
+    std::cout << work << ',' << (setting.af == Nimbal::AddressFamily::ipv6 ? "IPv6" : "IPv4") << ','
+              << setting.bucketRoutes << ',' << setting.seed << ",\"" << policy << "\","
+              << std::fixed << std::setprecision(4) << figures.worstRatio() << ','
+              << figures.tenths.back().ratio() << ','
+              << figures.worstMoves() * static_cast<double>(updatesEach) << ','
+              << figures.tenths.back().movesEach(figures.tenths.back().updates / updatesEach) << ','
+              << std::setprecision(2) << figures.microseconds << std::endl;
+}
+
+bool asked(Options const& options, char const* work) {
+    return std::find(options.works.begin(), options.works.end(), work) != options.works.end();
+}
+
+void measure(Options const& options, Setting const& setting, std::string const& policy,
+             PolicyFigures::Prefixes const& table) {
+    bool const first = setting.seed == options.seeds.front();
+    if (asked(options, "download") && first) {
+        print("download", setting, policy, PolicyFigures::download(setting, table), 1);
+    }
+    if (asked(options, "address") && first) {
+        print("address", setting, policy, PolicyFigures::addressOrder(setting, table), 1);
+    }
+    if (asked(options, "random")) {
+        print("random", setting, policy, PolicyFigures::randomOrder(setting, table, 0).load, 1);
+    }
+    bool const replaced = setting.bucketRoutes == 64 || setting.bucketRoutes == 512;
+    if (asked(options, "replacements") && replaced) {
+        auto const figures = PolicyFigures::randomOrder(setting, table, options.replacements);
+        print("replacements", setting, policy, figures.replacements, 2);
+    }
+}
+
+void run(Options& options) {
+    if (options.policies.empty()) {
+        for (auto const& policy : LpmClient::policies()) {
+            options.policies.emplace_back(policy.name);
+        }
+    }
+    LpmTools::Table table;
+    if (options.tables.empty()) {
+        table.ipv4 = LpmTools::generateTable(Nimbal::AddressFamily::ipv4, options.ipv4, 1);
+        table.ipv6 = LpmTools::generateTable(Nimbal::AddressFamily::ipv6, options.ipv6, 1);
+    } else {
+        table = LpmTools::readTables(options.tables, {});
+    }
+    std::cout << "work,family,bucket,seed,policy,worst ratio,final ratio,worst moves,final moves,"
+                 "microseconds an update\n";
+    for (auto const* prefixes : {&table.ipv6, &table.ipv4}) {
+        for (U32 const bucket : options.buckets) {
+            for (std::string const& policy : options.policies) {
+                for (U64 const seed : options.seeds) {
+                    if (!prefixes->empty()) {
+                        measure(options,
+                                {prefixes->front().af(), bucket, seed, policyMaker(policy)}, policy,
+                                *prefixes);
+                    }
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+    Options options;
+    CLI::App app("Measures the client's partition policies", "policy-figures");
+    app.add_option("table", options.tables, "Tables of prefixes; none: generated ones");
+    app.add_option("--bucket", options.buckets, "Routes a bucket");
+    app.add_option("--seed", options.seeds, "Seeds of the orders");
+    app.add_option("--policy", options.policies, "Policies by name; none: all");
+    app.add_option("--work", options.works, "Of download, random, address, replacements");
+    app.add_option("--replacements", options.replacements, "How many");
+    app.add_option("--ipv4", options.ipv4, "Routes to generate");
+    app.add_option("--ipv6", options.ipv6, "Routes to generate");
+    CLI11_PARSE(app, argumentCount, arguments);
+    try {
+        run(options);
+    } catch (std::exception const& error) {
+        std::cerr << "policy-figures: " << error.what() << '\n';
+        return 1;
+    }
+    return 0;
+}
