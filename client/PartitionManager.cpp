@@ -174,7 +174,11 @@ RouteNode const* PartitionManager::nearestRouteAbove(RouteNode const* root) cons
     return routeNode(node);
 }
 
-/** Gives the partitions whose nearest route above is at `node` another covering route. */
+/**
+ * Gives the partitions whose nearest route above is at `node` another covering route. Roots that a
+ * recut in hand takes away still stand in `roots_`; their labels name the bucket around them, whose
+ * covering route is another one.
+ */
 void PartitionManager::writeCoversUnder(RouteNode const* node, std::optional<Route> const& cover) {
     if (node->bitNode(0) == nullptr && node->bitNode(1) == nullptr) {
         return;
@@ -182,7 +186,7 @@ void PartitionManager::writeCoversUnder(RouteNode const* node, std::optional<Rou
     IpGenPrefix const& prefix = node->prefixRef()->prefix();
     for (auto at = roots_.upper_bound(prefix); at != roots_.end() && covers(prefix, at->first);
          ++at) {
-        if (nearestRouteAbove(at->second) == node) {
+        if (at->second->partitionNode() && nearestRouteAbove(at->second) == node) {
             writer_.writeCover(bucketOf(at->second), cover);
         }
     }
