@@ -273,6 +273,7 @@ bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
     }
     writer_.commit();
     complete(recut);
+    removeTop();  // the last route's partition may just have been merged into an empty one
     return true;
 }
 
