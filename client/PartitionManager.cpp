@@ -245,8 +245,7 @@ bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
         return true;
     }
     if (trie_->root()->routeCount() == 0 && roots_.size() == 1) {
-        removeTop();
-        return true;
+        return removeTop();
     }
     RouteNode* const root = at->second;
     if (root->parent() == nullptr && root->partitionRouteCount() == 0) {
@@ -273,8 +272,7 @@ bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
     }
     writer_.commit();
     complete(recut);
-    removeTop();  // the last route's partition may just have been merged into an empty one
-    return true;
+    return removeTop();  // the last route's partition may just have been merged into an empty one
 }
 
 bool PartitionManager::retry() {
@@ -295,7 +293,8 @@ bool PartitionManager::retry() {
             withdraw(prefix);
         }
     }
-    return owed_.empty() && toImprove_.empty() && writer_.settled();
+    bool const topIsRight = removeTop();
+    return topIsRight && owed_.empty() && toImprove_.empty() && writer_.settled();
 }
 
 }  // namespace LpmClient

@@ -121,7 +121,7 @@ private:
     RouteNode const* nearestRouteAbove(RouteNode const* root) const noexcept;
 
     bool ensureTop();
-    void removeTop();
+    bool removeTop();
     LpmTrie::PartitionId::Ptr takeId();
     LpmTrie::PartitionId::Ptr idOf(Bucket bucket);
     LpmTrie::PartitionId::Ptr idOfPartition(Bucket bucket) const;

@@ -53,8 +53,7 @@ bool PartitionManager::restart() {
         return false;  // no bucket is left
     }
     bool const good = repair().empty();
-    removeTop();
-    return good;
+    return removeTop() && good;
 }
 
 void PartitionManager::adoptBindings(std::vector<Binding> const& bindings) {
