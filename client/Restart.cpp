@@ -52,8 +52,13 @@ bool PartitionManager::restart() {
         writer_.undo();
         return false;  // no bucket is left
     }
-    bool const good = repair().empty();
-    return removeTop() && good;
+    // A withdrawal may have been cut off before its partition, empty now, was merged.
+    for (auto const& [prefix, root] : roots_) {
+        if (root->partitionRouteCount() == 0) {
+            toImprove_.insert(prefix);
+        }
+    }
+    return repair().empty() && retry();
 }
 
 void PartitionManager::adoptBindings(std::vector<Binding> const& bindings) {
