@@ -24,6 +24,14 @@ std::string text(std::optional<Route> const& route) {
     return out.str();
 }
 
+std::string lines(std::vector<Write> const& writes) {
+    std::ostringstream out;
+    for (Write const& write : writes) {
+        out << "    " << write << '\n';
+    }
+    return out.str();
+}
+
 std::vector<Route> sorted(std::vector<Route> routes) {
     std::sort(routes.begin(), routes.end(),
               [](Route const& a, Route const& b) { return a.prefix < b.prefix; });
@@ -58,17 +66,22 @@ void ClientWorld::expectAnswers(Table const& before, Table const& after) {
     after_ = space_.answers(after);
     changed_.assign(before_.size(), false);
     turnedBack_ = false;
+    writes_.clear();
+    stateBefore_ = state();
 }
 
 void ClientWorld::look(Write const& write) {
-    for (std::size_t i = 0; i < space_.addresses().size() && !failed_; ++i) {
+    writes_.push_back(write);
+    for (std::size_t i = 0; watching_ && !failed_ && i < space_.addresses().size(); ++i) {
         auto const answer = chip.lookup(vrfId, space_.addresses()[i]).route;
         bool const isNew = answer == after_[i];
         if (!isNew && answer != before_[i]) {
             failed_ = true;
             ADD_FAILURE() << updateText_ << ", after " << write << ": " << space_.addresses()[i]
                           << " gives " << text(answer) << ", before " << text(before_[i])
-                          << ", due " << text(after_[i]);
+                          << ", due " << text(after_[i]) << "\nThe writes:\n"
+                          << lines(writes_) << "Before them:\n"
+                          << stateBefore_;
         }
         turnedBack_ = turnedBack_ || (!isNew && changed_[i]);
         changed_[i] = isNew && before_[i] != after_[i];
@@ -77,8 +90,10 @@ void ClientWorld::look(Write const& write) {
 
 Outcome ClientWorld::update(Update const& update) {
     Table after = table;
-    apply(after, update);
-    expectAnswers(table, after);
+    takeInto(after, update);
+    if (watching_) {
+        expectAnswers(table, after);
+    }
     updateText_ = (update.nextHop ? "announce " : "withdraw ") + update.prefix.stringValue();
     SCOPED_TRACE(updateText_);
     Outcome const outcome = update.nextHop ? manager_->announce({update.prefix, *update.nextHop})

@@ -52,7 +52,10 @@ public:
     /** A new manager with a new bitmap: what a process that starts has. */
     void newManager();
     void dropManager();
+    /** A wrong answer was seen. */
     bool failed() const noexcept { return failed_; }
+    /** Whether answers are looked up after each write. */
+    void watch(bool on) noexcept { watching_ = on; }
 
     Table table;
     SimulatedChip chip;
@@ -71,8 +74,11 @@ private:
     Answers after_;
     std::vector<bool> changed_;
     std::string updateText_;
+    std::string stateBefore_;
+    std::vector<LpmClient::Write> writes_;  // of the update in hand
     bool turnedBack_ = false;
     bool failed_ = false;
+    bool watching_ = true;
 };
 
 }  // namespace ClientTest

@@ -5,41 +5,39 @@
 
 namespace ClientTest {
 
-Space::Space(AddressFamily af) : af_(af) {
-    for (U32 low = 0; low < 4096; ++low) {
-        if (low < 256 || low % 256 == 0 || low % 256 == 77 || low % 256 == 255) {
-            addresses_.push_back(at(low, 12));
+Space::Space(AddressFamily af, U32 bits) : af_(af), bits_(bits) {
+    U32 const dense = 1U << bits;
+    for (U32 low = 0; low < 16 * dense; ++low) {
+        U32 const place = low % dense;
+        if (low < dense || place == 0 || place == dense / 3 || place == dense - 1) {
+            addresses_.push_back(at(low));
         }
     }
     addresses_.emplace_back(af, std::array<U8, 2>{0xc0, 7}, maxPrefixLen(af));
 }
 
-IpGenPrefix Space::at(U32 low, U32 len) const {
+IpGenPrefix Space::at(U32 low, U32 shorter) const {
     std::array<U8, 16> address{0x20, 1};
     std::size_t const last = maxPrefixLen(af_) / 8 - 1;
     address[last - 1] = static_cast<U8>(low >> 8);
     address[last] = static_cast<U8>(low & 255);
-    return IpGenPrefix(af_, address, maxPrefixLen(af_) - 12 + len).hostBitsCleared();
+    return IpGenPrefix(af_, address, maxPrefixLen(af_) - shorter).hostBitsCleared();
 }
 
 IpGenPrefix Space::randomPrefix(Random& random) const {
-    IpGenPrefix const address = at(random.below(random.below(8) == 0 ? 4096 : 256), 12);
+    U32 const dense = 1U << bits_;
+    U32 const low = random.below(random.below(8) == 0 ? 16 * dense : dense);
     U32 const most = maxPrefixLen(af_);
-    U32 len = most - random.below(9);
     switch (random.below(16)) {
     case 0:
-        len = random.below(most + 1);
-        break;
+        return at(low, random.below(most + 1));
     case 1:
-        len = most - random.below(14);
-        break;
+        return at(low, random.below(bits_ + 6));
     case 2:
-        len = random.below(4) == 0 ? 0 : most;
-        break;
+        return at(low, random.below(4) == 0 ? most : 0);
     default:
-        break;
+        return at(low, random.below(bits_ + 1));
     }
-    return IpGenPrefix(af_, address.address(), len).hostBitsCleared();
 }
 
 // In the order of a table, which is pre-order, longer matches come after shorter ones.
@@ -102,7 +100,7 @@ std::vector<Update> history(Space const& space, Order order, U32 routes, Random&
     return updates;
 }
 
-void apply(Table& table, Update const& update) {
+void takeInto(Table& table, Update const& update) {
     if (update.nextHop) {
         table[update.prefix] = *update.nextHop;
     } else {

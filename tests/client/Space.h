@@ -41,27 +41,28 @@ private:
 };
 
 /**
- * A part of the addresses of a family so small that all of them can be looked up after each write:
- * the last 12 bits, all values of the last 8 where the first 4 of the 12 are zero, and a few where
- * they are not; and an address far away.
+ * A part of the addresses of a family so small that it can be looked up after each write: those
+ * that differ in the last `bits` + 4 bits only. Of the first sixteenth all, of the others a few,
+ * and an address far away.
  */
 class Space {
 public:
-    explicit Space(AddressFamily af);
+    explicit Space(AddressFamily af, U32 bits = 8);
 
     AddressFamily af() const noexcept { return af_; }
+    U32 bits() const noexcept { return bits_; }
     /** Each a prefix of full length. */
     std::vector<IpGenPrefix> const& addresses() const noexcept { return addresses_; }
     /** Of any length, most of them so long that they nest in the space. */
     IpGenPrefix randomPrefix(Random& random) const;
-    /** The prefix with the last 12 bits of the address as given, and so many bits longer than all
-     * that is common to the space. */
-    IpGenPrefix at(U32 low, U32 len) const;
+    /** The address with these last 12 bits, or a prefix around it that is so much shorter. */
+    IpGenPrefix at(U32 low, U32 shorter = 0) const;
     /** The longest match of each address, found by trying every route. */
     Answers answers(Table const& table) const;
 
 private:
     AddressFamily af_;
+    U32 bits_;
     std::vector<IpGenPrefix> addresses_;
 };
 
@@ -75,7 +76,7 @@ std::vector<IpGenPrefix> randomPrefixes(Space const& space, Order order, U32 cou
 std::vector<Update> history(Space const& space, Order order, U32 routes, Random& random);
 
 /** Brings the table up to date. */
-void apply(Table& table, Update const& update);
+void takeInto(Table& table, Update const& update);
 
 /** The number in the environment, or `fallback`. */
 U64 fromEnvironment(char const* name, U64 fallback);
