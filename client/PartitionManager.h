@@ -124,7 +124,6 @@ private:
     bool removeTop();
     LpmTrie::PartitionId::Ptr takeId();
     LpmTrie::PartitionId::Ptr idOf(Bucket bucket);
-    LpmTrie::PartitionId::Ptr idOfPartition(Bucket bucket) const;
     LpmTrie::PartitionId::Ptr allocateFresh();
     bool takeFresh(Recut& recut);
     U32 freshBuckets() const noexcept;
@@ -140,6 +139,7 @@ private:
     void separateTenants();
     void separate(RouteNode* root);
     void repair(Difference const& difference);
+    void restoreBucket(Bucket bucket);
 
     U32 const bucketRoutes_;
     U32 const hwTable_;
