@@ -106,6 +106,21 @@ Outcome ClientWorld::update(Update const& update) {
     return outcome;
 }
 
+Outcome ClientWorld::download(std::vector<Route> const& routes) {
+    Table after;
+    for (Route const& route : routes) {
+        after[route.prefix] = route.nextHop;
+    }
+    expectAnswers(table, after);
+    updateText_ = "download";
+    Outcome const outcome = manager_->download(routes);
+    if (outcome == Outcome::done) {
+        EXPECT_FALSE(turnedBack_);
+        table = std::move(after);
+    }
+    return outcome;
+}
+
 void ClientWorld::checkAnswers() {
     Answers const due = space_.answers(table);
     for (std::size_t i = 0; i < due.size(); ++i) {

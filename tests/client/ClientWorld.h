@@ -31,6 +31,8 @@ public:
      * other. Keeps `table` up to date with what the outcome says.
      */
     Outcome update(Update const& update);
+    /** Whole table into an empty one: each address gets its answer in the table, or none yet. */
+    Outcome download(std::vector<Route> const& routes);
     /** Calls `work`, which may change no answer, at no write. */
     template <class Work>
     auto quietly(Work const& work) {
