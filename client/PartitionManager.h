@@ -134,6 +134,7 @@ private:
 
     RouteNode* insertAll(std::span<Route const> routes);
     void writePieces(std::vector<RouteNode*> const& roots);
+    void dropLeftovers(std::vector<Binding>& bindings);
     void adoptBindings(std::vector<Binding> const& bindings);
     void adoptRoutes();
     void separateTenants();
