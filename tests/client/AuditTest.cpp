@@ -7,8 +7,8 @@
 #include <sstream>
 
 /*
- * What somebody else writes to the chip is found, told to the letter, and repaired, without a right
- * answer turning wrong on the way.
+ * What somebody else writes to the chip is found, told to the letter, and repaired. Where it was
+ * one write or two, no right answer turns wrong on the way.
  */
 
 namespace ClientTest {
@@ -161,7 +161,26 @@ void damage(SimulatedChip& chip, Space const& space, U32 writes, Random& random)
     }
 }
 
-TEST(AuditRepairTest, repairsAnyDamageAndTurnsNoRightAnswerWrong) {
+/** From now on no answer that is right, now or after a write, may turn wrong. */
+void watchRepair(ClientWorld& world, Space const& space) {
+    auto const due = space.answers(world.table);
+    auto const isRight = [&world, &space, due](std::size_t at) {
+        return world.chip.lookup(vrfId, space.addresses()[at]).route == due[at];
+    };
+    std::vector<bool> right;
+    for (std::size_t at = 0; at < due.size(); ++at) {
+        right.push_back(isRight(at));
+    }
+    world.watched.written = [=, &space](Write const& write) mutable {
+        for (std::size_t at = 0; at < due.size(); ++at) {
+            bool const stillRight = isRight(at);
+            ASSERT_TRUE(stillRight || !right[at]) << space.addresses()[at] << " after " << write;
+            right[at] = stillRight;
+        }
+    };
+}
+
+TEST(AuditRepairTest, repairsAnyDamageAndASmallOneWithoutTurningRightAnswersWrong) {
     U64 const seed = fromEnvironment("LPMTRIE_CLIENT_SEED", 1);
     std::cout << "LPMTRIE_CLIENT_SEED=" << seed << '\n';
     for (U32 i = 0; i < 200 && !testing::Test::HasFatalFailure(); ++i) {
@@ -173,19 +192,10 @@ TEST(AuditRepairTest, repairsAnyDamageAndTurnsNoRightAnswerWrong) {
         for (auto const& prefix : randomPrefixes(space, Order::random, 25, random)) {
             ASSERT_EQ(world.update({prefix, random.below(1000)}), Outcome::done);
         }
-        damage(world.chip, space, 1 + random.below(i % 4 == 0 ? 40 : 2), random);
-        Answers const due = space.answers(world.table);
-        std::vector<bool> right(due.size());
-        world.watched.written = [&](Write const& write) {
-            for (std::size_t at = 0; at < due.size(); ++at) {
-                bool const isRight =
-                    world.chip.lookup(vrfId, space.addresses()[at]).route == due[at];
-                ASSERT_TRUE(isRight || !right[at]) << space.addresses()[at] << " after " << write;
-                right[at] = isRight;
-            }
-        };
-        for (std::size_t at = 0; at < due.size(); ++at) {
-            right[at] = world.chip.lookup(vrfId, space.addresses()[at]).route == due[at];
+        bool const manyWrites = i % 4 == 0;
+        damage(world.chip, space, 1 + random.below(manyWrites ? 40 : 2), random);
+        if (!manyWrites) {
+            watchRepair(world, space);
         }
         auto const left = world.manager().repair();
         ASSERT_TRUE(left.empty()) << left.front();
