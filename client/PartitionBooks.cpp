@@ -106,11 +106,11 @@ bool PartitionManager::ensureTop() {
     return true;
 }
 
-/** Gives the top's bucket back if the table is empty. */
-void PartitionManager::removeTop() {
+/** Gives the top's bucket back if the table is empty. False when the chip has refused. */
+bool PartitionManager::removeTop() {
     RouteNode* const top = routeNode(trie_->root());
     if (top == nullptr || top->routeCount() != 0 || roots_.size() != 1) {
-        return;
+        return true;
     }
     PartitionId::Ptr const id = top->partitionId();
     try {
@@ -118,12 +118,13 @@ void PartitionManager::removeTop() {
     } catch (RefusedWrite const& refused) {
         lastRefusal_ = refused;
         writer_.undo();
-        return;  // an empty partition more; the next update takes it up
+        return false;  // an empty partition more, until the next update or retry
     }
     writer_.freeLater(id);
     roots_.clear();
     trie_->removeNode(top, true);
     writer_.commit();
+    return true;
 }
 
 }  // namespace LpmClient

@@ -180,7 +180,11 @@ RouteNode const* PartitionManager::nearestRouteAbove(RouteNode const* root) cons
     return routeNode(node);
 }
 
-/** Gives the partitions whose nearest route above is at `node` another covering route. */
+/**
+ * Gives the partitions whose nearest route above is at `node` another covering route. Roots that a
+ * recut in hand takes away still stand in `roots_`; their labels name the bucket around them, whose
+ * covering route is another one.
+ */
 void PartitionManager::writeCoversUnder(RouteNode const* node, std::optional<Route> const& cover) {
     if (node->bitNode(0) == nullptr && node->bitNode(1) == nullptr) {
         return;
@@ -188,7 +192,7 @@ void PartitionManager::writeCoversUnder(RouteNode const* node, std::optional<Rou
     IpGenPrefix const& prefix = node->prefixRef()->prefix();
     for (auto at = roots_.upper_bound(prefix); at != roots_.end() && covers(prefix, at->first);
          ++at) {
-        if (nearestRouteAbove(at->second) == node) {
+        if (at->second->partitionNode() && nearestRouteAbove(at->second) == node) {
             writer_.writeCover(bucketOf(at->second), cover);
         }
     }
@@ -247,8 +251,7 @@ bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
         return true;
     }
     if (trie_->root()->routeCount() == 0 && roots_.size() == 1) {
-        removeTop();
-        return true;
+        return removeTop();
     }
     RouteNode* const root = at->second;
     if (root->parent() == nullptr && root->partitionRouteCount() == 0) {
@@ -275,7 +278,7 @@ bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
     }
     writer_.commit();
     complete(recut);
-    return true;
+    return removeTop();  // the last route's partition may just have been merged into an empty one
 }
 
 bool PartitionManager::retry() {
@@ -296,7 +299,8 @@ bool PartitionManager::retry() {
             withdraw(prefix);
         }
     }
-    return owed_.empty() && toImprove_.empty() && writer_.settled();
+    bool const topIsRight = removeTop();
+    return topIsRight && owed_.empty() && toImprove_.empty() && writer_.settled();
 }
 
 }  // namespace LpmClient

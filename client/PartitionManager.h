@@ -124,10 +124,9 @@ private:
     RouteNode const* nearestRouteAbove(RouteNode const* root) const noexcept;
 
     bool ensureTop();
-    void removeTop();
+    bool removeTop();
     LpmTrie::PartitionId::Ptr takeId();
     LpmTrie::PartitionId::Ptr idOf(Bucket bucket);
-    LpmTrie::PartitionId::Ptr idOfPartition(Bucket bucket) const;
     LpmTrie::PartitionId::Ptr allocateFresh();
     bool takeFresh(Recut& recut);
     U32 freshBuckets() const noexcept;
@@ -138,11 +137,13 @@ private:
 
     RouteNode* insertAll(std::span<Route const> routes);
     void writePieces(std::vector<RouteNode*> const& roots);
+    void dropLeftovers(std::vector<Binding>& bindings);
     void adoptBindings(std::vector<Binding> const& bindings);
     void adoptRoutes();
     void separateTenants();
     void separate(RouteNode* root);
     void repair(Difference const& difference);
+    void restoreBucket(Bucket bucket);
 
     U32 const bucketRoutes_;
     U32 const hwTable_;

@@ -123,7 +123,6 @@ void RecutChip::release(std::size_t at) {
         U32 const tenant = landedPieceOf(old);
         if (tenant != noPiece) {
             writer_.writeCover(piece.id->id().value(), coverOf(recut_.news[tenant].root));
-            erase(old, held_[old]);
         }
     }
 }
@@ -134,7 +133,10 @@ U32 RecutChip::landedPieceOf(std::size_t old) const {
     return piece != noPiece && landed_[piece] ? piece : noPiece;
 }
 
-/** The piece's routes leave the other buckets, those that answer for two roots later on. */
+/**
+ * The piece's routes leave the other buckets, those that answer for two roots later on: with what
+ * has been held there, since the shortest of all go first.
+ */
 void RecutChip::eraseStale(std::size_t at) {
     Bucket const to = recut_.news[at].id->id().value();
     for (std::size_t old = 0; old < recut_.olds.size(); ++old) {
@@ -142,16 +144,13 @@ void RecutChip::eraseStale(std::size_t at) {
         if (piece.keptFor == noPiece || piece.keptFor == at) {
             continue;  // to be freed as a whole, or the piece's own
         }
-        std::vector<Move> stale;
         for (Move const& move : moves_) {
             if (move.to == to && move.from == piece.id->id().value()) {
-                stale.push_back(move);
+                held_[old].push_back(move);
             }
         }
-        if (!released_[old] && landedPieceOf(old) != noPiece) {
-            held_[old].insert(held_[old].end(), stale.begin(), stale.end());
-        } else {
-            erase(old, stale);
+        if (released_[old] || landedPieceOf(old) == noPiece) {
+            erase(old, held_[old]);
         }
     }
 }

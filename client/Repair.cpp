@@ -6,12 +6,11 @@
  */
 
 #include <client/PartitionManager.h>
+#include <client/RecutChip.h>
 
 #include <algorithm>
 
 namespace LpmClient {
-
-using LpmTrie::PartitionId;
 
 namespace {
 
@@ -38,7 +37,7 @@ U32 turn(DifferenceKind kind) {
     return 6;
 }
 
-/** Missing routes the longest first, stray ones the shortest first. */
+/** Missing routes and bindings the longest first, stray routes the shortest first. */
 bool earlier(Difference const& a, Difference const& b) {
     U32 const turnOfA = turn(a.kind);
     U32 const turnOfB = turn(b.kind);
@@ -47,6 +46,9 @@ bool earlier(Difference const& a, Difference const& b) {
     }
     if (turnOfA == 5) {
         return a.found->prefix.len() < b.found->prefix.len();
+    }
+    if (turnOfA == 3) {
+        return a.binding->len() > b.binding->len();
     }
     return turnOfA == 1 && a.expected->prefix.len() > b.expected->prefix.len();
 }
@@ -61,7 +63,7 @@ std::vector<Difference> PartitionManager::repair() {
     if (!writer_.settle()) {
         return audit();
     }
-    // A bucket that was lost is found empty by the second round, and filled.
+    // What finds no room among stray routes is written in the second round.
     for (U32 round = 0; round < 2; ++round) {
         std::vector<Difference> differences = audit();
         std::stable_sort(differences.begin(), differences.end(), earlier);
@@ -77,18 +79,24 @@ std::vector<Difference> PartitionManager::repair() {
     return audit();
 }
 
-PartitionId::Ptr PartitionManager::idOfPartition(Bucket bucket) const {
+/** A bucket that was lost comes back with all that it held: it may be bound next. */
+void PartitionManager::restoreBucket(Bucket bucket) {
     auto const at = std::find_if(roots_.begin(), roots_.end(),
                                  [&](auto const& root) { return bucketOf(root.second) == bucket; });
-    return at->second->partitionId();
+    RouteNode* const root = at->second;
+    writer_.learnCover(bucket, std::nullopt);
+    writer_.allocate(root->partitionId());
+    for (RouteNode const* const node : routesOfPartition(root)) {
+        writer_.writeRoute(bucket, routeAt(node));
+    }
+    writer_.writeCover(bucket, coverOf(root));
 }
 
 void PartitionManager::repair(Difference const& difference) {
     Bucket const bucket = difference.bucket;
     switch (difference.kind) {
     case DifferenceKind::bucketMissing:
-        writer_.learnCover(bucket, std::nullopt);
-        writer_.allocate(idOfPartition(bucket));
+        restoreBucket(bucket);
         break;
     case DifferenceKind::bucketStray:
         writer_.freeLater(idOf(bucket));

@@ -2,15 +2,23 @@
  * A restart, from nothing but what the chip holds. Bindings become partitions, and each bucket's
  * routes join the partition that covers them. A change that was cut off in the middle has left:
  *
- *   a bucket that is not bound       it was being filled, or was about to be freed
- *   a stale copy of a route          in a bucket whose partition does not cover it any more, or not
- *                                    yet: another bucket answers for it
- *   two prefixes bound to a bucket   a piece has landed in it and its old root still answers: the
- * old root's region moves to a bucket of its own an update half done              a covering route
- * that no route bears out, or a route whose covering routes are not written: the route decides
+ *   a bucket that is not bound
+ *       It was being filled, or was about to be freed: it is freed.
+ *   two prefixes bound to a bucket
+ *       A piece has landed in it and its old root still answers. Where nothing lies between them,
+ *       the piece joins the old root's partition again; else the old root's region moves to a
+ *       bucket of its own.
+ *   a stale copy of a route
+ *       In a bucket whose partition does not cover it any more, or not yet: another bucket answers
+ *       for it.
+ *   an update half done
+ *       A covering route that no route bears out, or a route whose covering routes are not written:
+ *       the route decides.
+ *   an empty partition
+ *       The last of its routes was withdrawn, and it was about to be merged: it is merged.
  *
- * All but the third are differences between trie and chip, and repaired as such: no answer that a
- * bucket's own routes give is changed.
+ * The third and the fourth are differences between trie and chip, and repaired as such: no answer
+ * that a bucket's own routes give is changed.
  */
 
 #include <client/PartitionManager.h>
@@ -35,6 +43,7 @@ bool PartitionManager::restart() {
     auto const byPrefix = [](Binding const& a, Binding const& b) { return a.prefix < b.prefix; };
     std::sort(bindings.begin(), bindings.end(), byPrefix);
     try {
+        dropLeftovers(bindings);
         bool const topIsBound = !bindings.empty() && bindings.front().prefix.len() == 0;
         if (!bindings.empty() && !topIsBound && !ensureTop()) {
             return false;
@@ -52,9 +61,44 @@ bool PartitionManager::restart() {
         writer_.undo();
         return false;  // no bucket is left
     }
-    bool const good = repair().empty();
-    removeTop();
-    return good;
+    // A withdrawal may have been cut off before its partition, empty now, was merged.
+    for (auto const& [prefix, root] : roots_) {
+        if (root->partitionRouteCount() == 0) {
+            toImprove_.insert(prefix);
+        }
+    }
+    return repair().empty() && retry();
+}
+
+/**
+ * Unbinds what is nested directly in a prefix bound to the same bucket, which then answers for both
+ * as before, and frees the buckets that are not bound: the buckets may be needed. `bindings` are in
+ * pre-order.
+ */
+void PartitionManager::dropLeftovers(std::vector<Binding>& bindings) {
+    std::vector<Binding> kept;
+    std::vector<Binding> around;  // bindings on the way to the present one
+    std::set<Bucket> bound;
+    for (Binding const& binding : bindings) {
+        bound.insert(binding.bucket);
+        while (!around.empty() && !around.back().prefix.overlaps(binding.prefix)) {
+            around.pop_back();
+        }
+        if (!around.empty() && around.back().bucket == binding.bucket) {
+            writer_.learnBinding(binding.prefix, binding.bucket);
+            writer_.unbind(binding.prefix);
+        } else {
+            kept.push_back(binding);
+            around.push_back(binding);
+        }
+    }
+    for (Bucket const bucket : writer_.hardware().buckets(writer_.vrfId(), trie_->af())) {
+        if (!bound.contains(bucket)) {
+            writer_.freeLater(idOf(bucket));
+        }
+    }
+    writer_.commit();
+    bindings = std::move(kept);
 }
 
 void PartitionManager::adoptBindings(std::vector<Binding> const& bindings) {

@@ -1,0 +1,179 @@
+#include <tests/Support/LeakCheck.h>
+#include <tests/client/Cases.h>
+#include <tests/client/ClientWorld.h>
+
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <stdexcept>
+
+/*
+ * Chips that are too small for what they are asked to hold. That is an answer: nothing changes, the
+ * update is owed, and finds its place once others have gone.
+ */
+
+namespace ClientTest {
+namespace {
+
+class RoomTest : public TestSupport::LeakChecked<testing::TestWithParam<Case>> {
+protected:
+    RoomTest() { std::cout << "LPMTRIE_CLIENT_SEED=" << seed_ << '\n'; }
+
+    void fillAndMakeRoom(ChipSize const& size, Outcome due);
+
+    std::string const policy_ = std::get<0>(GetParam());
+    Space const space_{std::get<1>(GetParam()), 5};
+    U64 const seed_ = fromEnvironment("LPMTRIE_CLIENT_SEED", 1);
+    Random random_{seed_};
+};
+
+/** Announces until most is refused, then withdraws until all that is owed finds its place. */
+void RoomTest::fillAndMakeRoom(ChipSize const& size, Outcome due) {
+    ClientWorld world(space_, policy_, size);
+    auto const prefixes = randomPrefixes(space_, Order::random, 30, random_);
+    std::map<IpGenPrefix, std::optional<NextHop>> owed;
+    for (auto const& prefix : prefixes) {
+        NextHop const nextHop = random_.below(1000);
+        Outcome const outcome = world.update({prefix, nextHop});
+        if (outcome != Outcome::done) {
+            ASSERT_EQ(outcome, due);
+            owed[prefix] = nextHop;
+        }
+        ASSERT_EQ(world.manager().owed(), owed);
+        ASSERT_NO_FATAL_FAILURE(world.check());
+    }
+    ASSERT_FALSE(owed.empty());
+    ASSERT_FALSE(world.table.empty());
+    ASSERT_EQ(world.manager().counts().notDone, owed.size());
+    Table const placed = world.table;
+    for (auto const& [prefix, nextHop] : placed) {
+        Outcome const outcome = world.update({prefix, {}});
+        ASSERT_EQ(outcome, Outcome::done);
+        ASSERT_NO_FATAL_FAILURE(world.check());
+        world.watch(false);  // several updates at once
+        bool const done = world.manager().retry();
+        for (auto const& [late, lateHop] : owed) {
+            if (!world.manager().owed().contains(late)) {
+                world.table[late] = *lateHop;
+            }
+        }
+        world.watch(true);
+        ASSERT_EQ(done, world.manager().owed().empty());
+        ASSERT_NO_FATAL_FAILURE(world.check());
+    }
+    ASSERT_LT(world.manager().owed().size(), owed.size());
+}
+
+TEST_P(RoomTest, noBucketLeftIsAnAnswer) {
+    fillAndMakeRoom({5, 3, 40}, Outcome::noRoom);
+}
+
+TEST_P(RoomTest, noBindingLeftIsARefusal) {
+    fillAndMakeRoom({40, 3, 5}, Outcome::refused);
+}
+
+TEST_P(RoomTest, chipWithoutBucketsOwesEverything) {
+    ClientWorld world(space_, policy_, {0, 3, 0});
+    EXPECT_EQ(world.update({space_.at(1), 1}), Outcome::noRoom);
+    EXPECT_EQ(world.manager().trie().root(), nullptr);
+    EXPECT_EQ(world.manager().owed().size(), 1U);
+    EXPECT_FALSE(world.manager().retry());
+    world.check();
+    EXPECT_EQ(world.update({space_.at(1), {}}), Outcome::unchanged);
+    EXPECT_TRUE(world.manager().owed().empty());
+    EXPECT_TRUE(world.manager().retry());
+}
+
+TEST_P(RoomTest, laterUpdateOfAnOwedPrefixTakesItsPlace) {
+    ClientWorld world(space_, policy_, {1, 2, 1});
+    ASSERT_EQ(world.update({space_.at(1), 1}), Outcome::done);
+    ASSERT_EQ(world.update({space_.at(2), 2}), Outcome::done);
+    ASSERT_EQ(world.update({space_.at(3), 3}), Outcome::noRoom);
+    ASSERT_EQ(world.update({space_.at(3), 4}), Outcome::noRoom);
+    EXPECT_EQ(world.manager().owed().at(space_.at(3)), 4U);
+    ASSERT_EQ(world.update({space_.at(1), {}}), Outcome::done);
+    world.table[space_.at(3)] = 4;
+    world.watch(false);
+    EXPECT_TRUE(world.manager().retry());
+    world.check();
+}
+
+/** A restart after each write of a run in a chip that has no bucket and no binding to spare. */
+TEST_P(RoomTest, restartNeedsNoBucketThatTheRunDidNotNeed) {
+    auto const updates = history(space_, Order::random, 12, random_);
+    ClientWorld first(space_, policy_, {40, 3, 40});
+    U32 most = 0;
+    first.watched.written = [&](WatchedChip::Write const&) {
+        most = std::max({most, first.chip.bucketsUsed(), first.chip.bindingsUsed()});
+    };
+    first.watch(false);
+    U64 writes = 0;
+    for (Update const& update : updates) {
+        first.update(update);
+    }
+    writes = first.watched.writes();
+    for (U64 number = 0; number < writes; ++number) {
+        SCOPED_TRACE("write " + std::to_string(number));
+        ClientWorld world(space_, policy_, {most, 3, most});
+        world.watch(false);
+        world.watched.refuse = [&](U64 n, WatchedChip::Write const&) {
+            return n >= number ? std::optional(WriteStatus::transientError) : std::nullopt;
+        };
+        std::size_t at = 0;
+        for (; at < updates.size() && world.watched.writes() <= number; ++at) {
+            Table const before = world.table;
+            world.update(updates[at]);
+            if (world.watched.writes() > number) {
+                Table after = before;
+                takeInto(after, updates[at]);
+                world.newManager();
+                world.watched.refuse = nullptr;
+                world.watch(true);
+                world.expectAnswers(before, after);
+                ASSERT_TRUE(world.manager().restart());
+                world.table = before;
+                auto const* const node =
+                    LpmTrie::findExact(world.manager().trie(), updates[at].prefix);
+                bool const isThere = node != nullptr && node->fibRoute();
+                if (isThere != before.contains(updates[at].prefix) ||
+                    (isThere && updates[at].nextHop == LpmClient::routeNode(node)->nextHop)) {
+                    world.table = after;
+                }
+                ASSERT_NO_FATAL_FAILURE(world.check());
+                ASSERT_FALSE(world.failed());
+                break;
+            }
+        }
+    }
+}
+
+TEST(ManagerOptionsTest, refusesABoundThatTheChipCannotHoldAndAnUnknownPolicy) {
+    SimulatedChip chip({4, 4, 4});
+    auto const numbers = Torvel::Bitmap::BitmapIs(4);
+    auto const make = [&](U32 bound, std::string const& policy) {
+        PartitionManager const manager(chip, numbers, {0, AddressFamily::ipv4, bound, policy, 1});
+        return manager.bucketRoutes();
+    };
+    EXPECT_EQ(make(0, ""), 4U);
+    EXPECT_EQ(make(3, ""), 3U);
+    EXPECT_THROW(make(5, ""), std::invalid_argument);
+    EXPECT_THROW(make(4, "none"), std::invalid_argument);
+}
+
+TEST(ManagerOptionsTest, refusesPrefixesOfTheOtherFamilyAndWithHostBits) {
+    Space const space(AddressFamily::ipv4);
+    ClientWorld world(space, "", {4, 4, 4});
+    auto& manager = world.manager();
+    EXPECT_THROW(manager.announce({IpGenPrefix::fromString("::/0"), 1}), std::invalid_argument);
+    EXPECT_THROW(manager.withdraw(IpGenPrefix::fromString("::/0")), std::invalid_argument);
+    IpGenPrefix const hostBits(Nimbal::IpAddr(0x0a000001U), 8);
+    EXPECT_THROW(manager.announce({hostBits, 1}), std::invalid_argument);
+    EXPECT_THROW(manager.download(std::vector<Route>{{hostBits, 1}}), std::invalid_argument);
+    EXPECT_EQ(world.watched.writes(), 0U);
+    world.check();
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RoomTest, testing::ValuesIn(allCases()), caseName);
+
+}  // namespace
+}  // namespace ClientTest
