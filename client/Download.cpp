@@ -8,6 +8,7 @@
 #include <client/RecutChip.h>
 #include <client/Window.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace LpmClient {
@@ -78,29 +79,31 @@ Outcome PartitionManager::download(std::span<Route const> routes) {
 void PartitionManager::writePieces(std::vector<RouteNode*> const& roots) {
     trie_->clearMoved();
     trie_->reserveMoved(trie_->root()->routeCount());
-    for (auto at = roots.rbegin(); at != roots.rend(); ++at) {
-        RouteNode* const root = *at;
-        PartitionId::Ptr const id = takeId();
-        Bucket const bucket = id->id().value();
-        root->partitionIdIs(id);
-        if (!root->partitionNode()) {
-            root->hwTableIs(hwTable_);
-            root->partitionNodeIs(true);
-            trie_->updateNewPartition(root, nullptr, false);
-            root->pendingStateIs(PendingState());
-        } else {
-            trie_->updatePartitionId(root, nullptr);
-        }
-        roots_[root->prefixRef()->prefix()] = root;
-        writer_.allocate(id);
-        for (RouteNode* const node : routesOfPartition(root)) {
-            writer_.writeRoute(bucket, routeAt(node));
-            node->bucket = bucket;
-        }
-        writer_.writeCover(bucket, coverOf(root));
-        writer_.bind(root->prefixRef()->prefix(), bucket);
-    }
+    std::for_each(roots.rbegin(), roots.rend(), [&](RouteNode* root) { writePiece(root); });
     trie_->clearMoved();
+}
+
+/** One piece: its nested ones are written already. */
+void PartitionManager::writePiece(RouteNode* root) {
+    PartitionId::Ptr const id = takeId();
+    Bucket const bucket = id->id().value();
+    root->partitionIdIs(id);
+    if (!root->partitionNode()) {
+        root->hwTableIs(hwTable_);
+        root->partitionNodeIs(true);
+        trie_->updateNewPartition(root, nullptr, false);
+        root->pendingStateIs(PendingState());
+    } else {
+        trie_->updatePartitionId(root, nullptr);
+    }
+    roots_[root->prefixRef()->prefix()] = root;
+    writer_.allocate(id);
+    for (RouteNode* const node : routesOfPartition(root)) {
+        writer_.writeRoute(bucket, routeAt(node));
+        node->bucket = bucket;
+    }
+    writer_.writeCover(bucket, coverOf(root));
+    writer_.bind(root->prefixRef()->prefix(), bucket);
 }
 
 }  // namespace LpmClient

@@ -20,15 +20,15 @@ U64 fewestPieces(ClientTrie& trie, U32 bucketRoutes) {
     }
     U64 pieces = nodes.empty() ? 0 : 1;
     std::vector<U32> left;
-    for (auto at = nodes.rbegin(); at != nodes.rend(); ++at) {
+    std::for_each(nodes.rbegin(), nodes.rend(), [&](Node const* node) {
         std::array<U32, 2> branch{};
         for (U32 bit = 0; bit <= 1; ++bit) {
-            if ((*at)->bitNode(bit) != nullptr) {
+            if (node->bitNode(bit) != nullptr) {
                 branch[bit] = left.back();
                 left.pop_back();
             }
         }
-        U32 together = ((*at)->fibRoute() ? 1U : 0U) + branch[0] + branch[1];
+        U32 together = (node->fibRoute() ? 1U : 0U) + branch[0] + branch[1];
         while (together > bucketRoutes) {
             U32& heavy = *std::max_element(branch.begin(), branch.end());
             together -= heavy;
@@ -36,7 +36,7 @@ U64 fewestPieces(ClientTrie& trie, U32 bucketRoutes) {
             ++pieces;
         }
         left.push_back(together);
-    }
+    });
     return pieces;
 }
 

@@ -16,8 +16,6 @@
 namespace LpmClient {
 
 using LpmTrie::Node;
-using LpmTrie::PartitionId;
-using LpmTrie::PendingState;
 using Nimbal::IpGenPrefix;
 
 namespace {

@@ -133,10 +133,11 @@ private:
     Room room() const noexcept { return {bucketRoutes_, freshBuckets()}; }
     bool tryImprove(Nimbal::IpGenPrefix const& rootPrefix);
     std::optional<Cut> improvement(RouteNode* root);
-    void complete(RecutChange& recut);
+    void complete(RecutChange& change);
 
     RouteNode* insertAll(std::span<Route const> routes);
     void writePieces(std::vector<RouteNode*> const& roots);
+    void writePiece(RouteNode* root);
     void dropLeftovers(std::vector<Binding>& bindings);
     void adoptBindings(std::vector<Binding> const& bindings);
     void adoptRoutes();

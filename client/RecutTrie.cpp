@@ -73,11 +73,11 @@ void change(ClientTrie& trie, std::vector<Labelled> const& from, std::vector<Lab
     }
     trie.clearMoved();
     trie.reserveMoved(3 * routes);  // a route is told once by each of the three steps
-    for (auto piece = to.rbegin(); piece != to.rend(); ++piece) {
-        if (!contains(from, piece->root)) {
-            cutAt(trie, *piece);
+    std::for_each(to.rbegin(), to.rend(), [&](Labelled const& piece) {
+        if (!contains(from, piece.root)) {
+            cutAt(trie, piece);
         }
-    }
+    });
     for (Labelled const& piece : to) {
         if (contains(from, piece.root)) {
             relabelAt(trie, piece);
@@ -93,6 +93,7 @@ void change(ClientTrie& trie, std::vector<Labelled> const& from, std::vector<Lab
 template <class Piece>
 std::vector<Labelled> labelled(std::vector<Piece> const& pieces) {
     std::vector<Labelled> all;
+    all.reserve(pieces.size());
     for (Piece const& piece : pieces) {
         all.push_back({piece.root, piece.id});
     }
@@ -125,9 +126,8 @@ void revertTrie(ClientTrie& trie, Recut const& recut) {
     for (OldPiece const& piece : recut.olds) {
         piece.root->pendingStateIs(PendingState());
     }
-    for (auto piece = recut.news.rbegin(); piece != recut.news.rend(); ++piece) {
-        endPending(trie, piece->root);
-    }
+    std::for_each(recut.news.rbegin(), recut.news.rend(),
+                  [&](NewPiece const& piece) { endPending(trie, piece.root); });
     trie.clearMoved();
 }
 
@@ -135,9 +135,8 @@ void completeRecut(ClientTrie& trie, Recut const& recut) {
     for (NewPiece const& piece : recut.news) {
         piece.root->pendingStateIs(PendingState());
     }
-    for (auto piece = recut.olds.rbegin(); piece != recut.olds.rend(); ++piece) {
-        endPending(trie, piece->root);
-    }
+    std::for_each(recut.olds.rbegin(), recut.olds.rend(),
+                  [&](OldPiece const& piece) { endPending(trie, piece.root); });
 }
 
 }  // namespace LpmClient

@@ -33,7 +33,6 @@ namespace LpmClient {
 using LpmTrie::Node;
 using LpmTrie::PartitionId;
 using LpmTrie::PendingState;
-using Nimbal::IpGenPrefix;
 
 bool PartitionManager::restart() {
     if (trie_->root() != nullptr) {
@@ -151,12 +150,12 @@ void PartitionManager::adoptRoutes() {
 /** Buckets that answer for two partitions keep the deepest one. */
 void PartitionManager::separateTenants() {
     std::map<Bucket, RouteNode*> tenants;
-    for (auto at = roots_.rbegin(); at != roots_.rend(); ++at) {
-        auto const [tenant, isNew] = tenants.emplace(bucketOf(at->second), at->second);
+    std::for_each(roots_.rbegin(), roots_.rend(), [&](auto const& root) {
+        auto const [tenant, isNew] = tenants.emplace(bucketOf(root.second), root.second);
         if (!isNew) {
-            separate(at->second);
+            separate(root.second);
         }
-    }
+    });
 }
 
 /** Moves the partition at `root` to the bucket of `id`; its present one serves another as well. */

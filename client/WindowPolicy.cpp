@@ -135,6 +135,7 @@ WindowPolicy::Choice WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim 
         return best;
     }
     std::vector<U32> sizes;
+    sizes.reserve(pieces);
     for (RouteNode const* const root : roots) {
         sizes.push_back(root->partitionRouteCount());
     }
