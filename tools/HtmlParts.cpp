@@ -50,6 +50,9 @@ std::string htmlTiles(std::string_view classes, std::vector<HtmlTile> const& til
 }
 
 std::string htmlTable(HtmlTable const& table) {
+    if (table.rows.empty()) {
+        return {};
+    }
     std::string const caption = escapedMarkup(table.caption);
     std::string text = "<details><summary>Numbers<span class=\"unseen\">: " + caption +
                        "</span></summary>\n"

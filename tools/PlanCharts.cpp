@@ -98,7 +98,7 @@ HtmlFigure movesFigure(FamilyPlan const& plan) {
     chart.x = {"announcements and withdrawals", true, true, {}};
     chart.y = {"in all, since the beginning", true, true, {}};
     chart.lines = {lineOf(plan.samples, "moves", 0, &PlanSample::moves),
-                   lineOf(plan.samples, "writes", 3, &PlanSample::writes)};
+                   lineOf(plan.samples, "writes", 4, &PlanSample::writes)};
     return drawn(chart, svgLineChart,
                  groupedNumber(plan.counts.moves) + " moves among " +
                      groupedNumber(plan.writes.total()) + " writes.",

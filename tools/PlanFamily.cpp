@@ -52,7 +52,7 @@ std::vector<HtmlTile> workTiles(FamilyPlan const& plan) {
          groupedNumber(counts.splits) + " into more buckets, " + groupedNumber(counts.merges) +
              " into fewer, " + groupedNumber(counts.shifts) + " into as many"},
         {"Moves an update", decimalNumber(perEach(counts.moves, updates), 3), ""},
-        {"Time", decimalNumber(plan.seconds, 2) + " s",
+        {"Time in it", decimalNumber(plan.seconds, 2) + " s",
          decimalNumber(updates == 0 ? 0 : plan.seconds / static_cast<double>(updates) * 1e6, 2) +
              " \u00b5s an update"},
     };

@@ -66,7 +66,7 @@ std::string verdict(PlanReport const& report) {
 std::string inputPart(InputReport const& input) {
     std::string text = "<article>\n<h3>" + htmlName(input.name) + "</h3>\n";
     text +=
-        htmlTiles("tiles small",
+        htmlTiles("tiles small five",
                   {{"Format", input.format, ""},
                    {input.format == "text" ? "Lines" : "Records", groupedNumber(input.records), ""},
                    {"Announced", groupedNumber(input.announced), ""},
@@ -106,7 +106,7 @@ std::string settingsPart(PlanReport const& report) {
     if (report.seed) {
         tiles.push_back({"Seed", std::to_string(*report.seed), "of the generated table"});
     }
-    return "<section>\n<h2>Settings</h2>\n" + htmlTiles("tiles small", tiles) + "</section>\n";
+    return "<section>\n<h2>Settings</h2>\n" + htmlTiles("tiles small five", tiles) + "</section>\n";
 }
 
 constexpr std::string_view terms = R"(<section class="terms">

@@ -32,8 +32,7 @@ section{margin-top:3rem}
 .kind{color:var(--quiet);font-size:.875rem;margin-bottom:.25rem}
 .bad,.fault{color:var(--bad)}
 .verdict.bad p{font-weight:650}
-.tiles{display:grid;grid-template-columns:repeat(auto-fill,minmax(min(9.5rem,45%),1fr));
-gap:1.25rem 1.25rem;margin:0 0 2rem}
+.tiles{display:grid;grid-template-columns:repeat(4,minmax(0,1fr));gap:1.25rem;margin:0 0 2rem}
 .tiles dt{color:var(--quiet);font-size:.8125rem}
 .tiles dd{margin:0;font-size:1.5rem;line-height:1.25;font-weight:600;letter-spacing:-.01em}
 .tiles dd.note{color:var(--quiet);font-size:.8125rem;line-height:1.35;font-weight:400;
@@ -59,6 +58,7 @@ thead th{position:sticky;top:0;background:var(--paper);color:var(--quiet);font-w
 th:first-child{text-align:left;padding-left:0}
 article{padding:1rem 0 .25rem;border-top:1px solid var(--rule)}
 .inputs h2+article{border-top:0;padding-top:0}
+.five{grid-template-columns:repeat(5,minmax(0,1fr))}
 article .tiles{margin-bottom:.75rem}
 article p,article ul{font-size:.875rem}
 .terms dl{margin:0;display:grid;grid-template-columns:max-content minmax(0,42rem);gap:.25rem 1.5rem;
@@ -68,12 +68,13 @@ font-size:.875rem}
 .unseen{position:absolute;width:1px;height:1px;overflow:hidden;clip-path:inset(50%);
 white-space:nowrap}
 @media screen and (max-width:36rem){.wide{display:none}.narrow{display:block}
+.tiles,.five{grid-template-columns:repeat(2,minmax(0,1fr))}
 .terms dl{grid-template-columns:minmax(0,1fr);gap:0}.terms dd{margin-bottom:.5rem}}
 @media print{@page{margin:16mm 14mm}:root{color-scheme:light}
 body{padding:0;max-width:none;font-size:10pt}
 .wide,details:not([open]){display:none}.narrow{display:block}
 .charts{grid-template-columns:1fr 1fr;gap:7mm 9mm}.scroll{overflow:visible;max-height:none}
-.tiles{grid-template-columns:repeat(4,1fr);gap:4mm}.tiles div,article,.terms{break-inside:avoid}
+.tiles{gap:4mm}.tiles div,article,.terms{break-inside:avoid}
 section{margin-top:9mm}.family+.family{break-before:page;margin-top:0}h2{font-size:15pt}
 thead th{position:static}}
 )";

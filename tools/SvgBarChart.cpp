@@ -29,7 +29,7 @@ std::string textOf(SvgBar const& bar) {
 SvgLook lookOf(SvgBarChart const& chart) {
     SvgLook look = chart.look;
     std::size_t const rows = std::max<std::size_t>(chart.bars.size(), 3);
-    look.height = (look.standalone ? 32 : 0) + static_cast<double>(rows) * rowHeight + 8;
+    look.height = (look.standalone ? 60 : 0) + static_cast<double>(rows) * rowHeight + 8;
     return look;
 }
 
@@ -53,7 +53,7 @@ void nameHighest(SvgCanvas& canvas, SvgPlot const& plot, SvgHistogram const& cha
     double const middle =
         plot.x(chart.first + (static_cast<double>(number) + 0.5) * chart.step - shift);
     double const x = std::clamp(middle, half, std::max(half, canvas.width() - half));
-    canvas.text({x, plot.y(*highest) - 5}, text, "ink middle");
+    canvas.text({x, plot.y(*highest) - 5}, text, "ink halo middle");
 }
 
 }  // namespace
@@ -73,8 +73,8 @@ std::string svgBarChart(SvgBarChart const& chart) {
         texts = std::max(texts, widthOfText(textOf(bar), svgFontSize));
         most = std::max(most, lengthOf(bar.value));
     }
-    double const left = std::min(names, look.width / 2) + 8;
-    double const room = std::max(look.width - left - texts - 8, 1.0);
+    double const left = std::min(names, canvas.width() / 2) + 8;
+    double const room = std::max(canvas.width() - left - texts - 8, 1.0);
     double y = canvas.top() + 4;
     for (SvgBar const& bar : chart.bars) {
         double const length = most > 0 ? lengthOf(bar.value) / most * room : 0;

@@ -23,16 +23,18 @@ std::string classAttribute(std::string_view classes) {
 }  // namespace
 
 SvgCanvas::SvgCanvas(SvgLook const& look) : look_(look) {
+    margin_ = look.standalone ? 16 : 0;
+    std::string const corner = coordinate(-margin_) + " " + coordinate(-margin_);
     std::string const size = coordinate(look.width) + " " + coordinate(look.height);
-    text_ = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + size + "\"" +
+    text_ = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"" + corner + " " + size + "\"" +
             attribute("width", look.width) + attribute("height", look.height) + " role=\"img\">";
     text_ += "<title>" + escapedMarkup(look.title) + "</title>";
     text_ += "<desc>" + escapedMarkup(look.description) + "</desc>\n";
     if (look.standalone) {
         text_ += "<style>" + svgRules() + "</style>\n";
-        box({0, 0}, look.width, look.height, "paper");
-        text({gap, 20}, look.title, "ink strong");
-        top_ = 32;
+        box({-margin_, -margin_}, look.width, look.height, "paper");
+        text({0, 12}, look.title, "ink strong");
+        top_ = 28;
     }
 }
 
@@ -65,6 +67,7 @@ void SvgCanvas::path(std::string_view commands, std::string_view classes, std::s
 }
 
 void SvgCanvas::nothing() {
+    line({0, height() - 1}, {width(), height() - 1}, "axis");
     text({width() / 2, (top_ + height()) / 2}, "no data", "quiet middle");
 }
 
@@ -92,7 +95,7 @@ SvgPlot::SvgPlot(SvgCanvas& canvas, SvgAxis const& xAxis, SvgAxis const& yAxis, 
     bottom_ = std::max(canvas.height() - foot, top_ + 1);
     yRange_ = axisRange(yValues, yAxis.fromZero);
     yStep_ =
-        stepOf(yRange_, static_cast<unsigned>(std::max((bottom_ - top_) / 40, 2.0)), yAxis.whole);
+        stepOf(yRange_, static_cast<unsigned>(std::max((bottom_ - top_) / 32, 2.0)), yAxis.whole);
     yRange_ = widened(yRange_, yStep_);
     left_ = widestLabel(yRange_, yStep_, yAxis) + gap;
     chooseX(xValues, layout);

@@ -20,8 +20,8 @@ public:
 
     /** Where the chart may begin: below the title, where that is drawn. */
     double top() const noexcept { return top_; }
-    double width() const noexcept { return look_.width; }
-    double height() const noexcept { return look_.height; }
+    double width() const noexcept { return look_.width - 2 * margin_; }
+    double height() const noexcept { return look_.height - 2 * margin_; }
 
     void line(SvgPoint from, SvgPoint to, std::string_view classes);
     void text(SvgPoint at, std::string_view text, std::string_view classes);
@@ -38,6 +38,7 @@ private:
     void end(std::string_view tip, std::string_view element);
 
     SvgLook const& look_;
+    double margin_ = 0;  // around a picture of its own
     double top_ = 0;
     std::string text_;
 };

@@ -7,9 +7,9 @@
 #include <map>
 
 /*
- * Labelled points. Each label takes the first of eight places around its mark where it neither
+ * Labelled points. Each label takes the first of some places around its mark where it neither
  * leaves the area nor touches a mark or a label that stands already; where all are taken, the one
- * to the right, since a name that is crowded tells more than one that is missing.
+ * to the right, moved into the picture, since a name that is crowded tells more than none.
  */
 
 namespace LpmTools {
@@ -94,21 +94,42 @@ public:
     void place(SvgMark const& mark) {
         SvgPoint const at = plot_.at(mark.at);
         double const width = widthOfText(mark.label, svgFontSize);
-        constexpr std::array<SvgPoint, 8> places{
-            {{9, 0}, {0, -14}, {-9, 0}, {0, 14}, {7, -11}, {7, 11}, {-7, -11}, {-7, 11}}};
+        constexpr std::array<SvgPoint, 12> places{{{9, 0},
+                                                   {0, -14},
+                                                   {-9, 0},
+                                                   {0, 14},
+                                                   {7, -11},
+                                                   {7, 11},
+                                                   {-7, -11},
+                                                   {-7, 11},
+                                                   {7, -26},
+                                                   {-7, -26},
+                                                   {7, 26},
+                                                   {-7, 26}}};
         Box chosen = boxAround(at, places[0].x, places[0].y, width);
+        chosen.left = std::max(std::min(chosen.left, canvas_.width() - width), 0.0);
+        chosen.right = chosen.left + width;
         for (SvgPoint const& place : places) {
             Box const box = boxAround(at, place.x, place.y, width);
             if (isFree(box)) {
                 chosen = box;
+                drawLeader(at, place);
                 break;
             }
         }
         taken_.push_back(chosen);
-        canvas_.text({chosen.left, chosen.bottom - 3}, mark.label, "ink");
+        canvas_.text({chosen.left, chosen.bottom - 3}, mark.label, "ink halo");
     }
 
 private:
+    /** From a mark to a label that stands too far from it to be its own at a glance. */
+    void drawLeader(SvgPoint at, SvgPoint place) {
+        if (std::abs(place.y) > 20) {
+            double const side = place.y < 0 ? -1 : 1;
+            canvas_.line({at.x, at.y + side * 6}, {at.x + place.x, at.y + place.y - side * 6},
+                         "leader");
+        }
+    }
     bool isFree(Box const& box) const {
         return box.left >= plot_.left() && box.right <= canvas_.width() &&
                box.top >= plot_.top() - 8 && box.bottom <= plot_.bottom() &&
@@ -132,12 +153,14 @@ std::string svgScatter(SvgScatter const& chart) {
     }
     std::vector<double> xs;
     std::vector<double> ys;
+    double name = 0;
     for (SvgMark const& mark : marks) {
         xs.push_back(mark.at.x);
         ys.push_back(mark.at.y);
+        name = std::max(name, widthOfText(mark.label, svgFontSize));
     }
     SvgPlot const plot(canvas, chart.x, chart.y, *rangeOf(xs), *rangeOf(ys),
-                       {legend(canvas, chart, 0, false), 0, true});
+                       {legend(canvas, chart, 0, false), std::min(name, canvas.width() / 8), true});
     legend(canvas, chart, canvas.top(), true);
     plot.drawAxes();
     if (chart.joined) {

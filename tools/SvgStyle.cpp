@@ -37,7 +37,8 @@ std::string colourRules(Palette const& palette) {
     std::string text =
         rule(".paper", "fill", palette.paper) + rule(".ink", "fill", palette.ink) +
         rule(".quiet", "fill", palette.quiet) + rule(".grid", "stroke", palette.grid) +
-        rule(".axis", "stroke", palette.axis) + rule(".mark", "stroke", palette.paper);
+        rule(".axis", "stroke", palette.axis) + rule(".leader", "stroke", palette.axis) +
+        rule(".mark", "stroke", palette.paper) + rule(".halo", "stroke", palette.paper);
     for (std::size_t style = 0; style < svgStyles; ++style) {
         std::string const number = std::to_string(style);
         text += rule(".line" + number, "stroke", palette.styles[style]) +
@@ -56,7 +57,8 @@ std::string svgRules() {
     std::string text =
         "svg text{font:12px system-ui,-apple-system,'Segoe UI','Noto Sans',sans-serif;"
         "font-variant-numeric:tabular-nums lining-nums}\n"
-        "svg .middle{text-anchor:middle}svg .end{text-anchor:end}svg .strong{font-weight:600}\n"
+        "svg .middle{text-anchor:middle}svg .end{text-anchor:end}svg .strong{font-weight:600}"
+        "svg .halo{paint-order:stroke;stroke-width:3px;stroke-linejoin:round}\n"
         "svg .grid,svg .axis{stroke-width:1;shape-rendering:crispEdges}"
         "svg .mark{stroke-width:1.5}"
         "svg .line{fill:none;stroke-width:1.75;stroke-linejoin:round;stroke-linecap:round}"
