@@ -4,7 +4,7 @@
 #include <tools/Xoshiro.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <stdexcept>
 
 namespace PolicyFigures {
@@ -13,6 +13,10 @@ using LpmClient::Outcome;
 using LpmClient::PartitionManager;
 
 namespace {
+
+double processorSeconds() {
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
 
 /** A chip without bounds that does nothing, so that only the client's own time is measured. */
 class NoChip : public LpmClient::Hardware {
@@ -55,14 +59,13 @@ public:
         double seconds = 0;
         U64 done = 0;
         for (U64 tenth = 1; tenth <= 10; ++tenth) {
-            auto const start = std::chrono::steady_clock::now();
+            double const start = processorSeconds();
             for (; done < steps * tenth / 10; ++done) {
                 if (!step(done)) {
                     throw std::runtime_error("an update was not carried out");
                 }
             }
-            auto const now = std::chrono::steady_clock::now();
-            seconds += std::chrono::duration<double>(now - start).count();
+            seconds += processorSeconds() - start;
             figures.tenths.push_back(
                 {done * perStep, manager_.routes(), manager_.buckets(),
                  LpmClient::fewestPieces(manager_.trie(), manager_.bucketRoutes()),
@@ -154,6 +157,20 @@ RandomFigures randomOrder(Setting const& setting, Prefixes table, U64 replacemen
         });
     }
     return figures;
+}
+
+double libraryMicroseconds(Prefixes table) {
+    LpmTools::Xoshiro random(1);
+    shuffle(table, random);
+    auto const trie = LpmTrie::trieFactory(0);
+    trie->afIs(table.front().af());
+    double const start = processorSeconds();
+    for (Nimbal::IpGenPrefix const& prefix : table) {
+        trie->insertFromRoot(prefix, true, false, nullptr, 1);
+    }
+    double const seconds = processorSeconds() - start;
+    LpmTrie::removeAll(*trie);
+    return seconds * 1e6 / static_cast<double>(table.size());
 }
 
 }  // namespace PolicyFigures

@@ -66,4 +66,7 @@ struct RandomFigures {
  */
 RandomFigures randomOrder(Setting const& setting, Prefixes table, U64 replacements);
 
+/** What the library alone takes for a route, in random order by `insertFromRoot`. */
+double libraryMicroseconds(Prefixes table);
+
 }  // namespace PolicyFigures

@@ -4,7 +4,7 @@
  * policy.
  */
 
-#include "PolicyWorks.h"
+#include "PolicyReport.h"
 
 #include <client/WindowPolicy.h>
 #include <tools/RouteGenerator.h>
@@ -32,6 +32,7 @@ struct Options {
     U64 replacements = 1000000;
     U32 ipv4 = 1000000;
     U32 ipv6 = 200000;
+    std::string docs;  // a directory to write the report to
 };
 
 /** A policy's name, or a window policy's weights: "window:pieces,neighbours,slack,price,merge". */
@@ -52,15 +53,25 @@ PolicyFigures::MakePolicy policyMaker(std::string const& name) {
     return [weights] { return std::make_unique<LpmClient::WindowPolicy>(weights); };
 }
 
-void print(std::string const& work, Setting const& setting, std::string const& policy,
-           Figures const& figures, U64 updatesEach) {
+using PolicyFigures::Report;
+
+/** Prints a line, and adds it to the report. */
+void tell(Report& report, std::string const& work, Setting const& setting,
+          std::string const& policy, Figures const& figures, U64 updatesEach) {
+    PolicyFigures::Row const row{work,
+                                 setting.af,
+                                 setting.bucketRoutes,
+                                 policy,
+                                 figures.worstRatio(),
+                                 figures.worstMoves() * static_cast<double>(updatesEach),
+                                 figures.microseconds};
+    report.add(row);
+    auto const& last = figures.tenths.back();
     std::cout << work << ',' << (setting.af == Nimbal::AddressFamily::ipv6 ? "IPv6" : "IPv4") << ','
               << setting.bucketRoutes << ',' << setting.seed << ",\"" << policy << "\","
-              << std::fixed << std::setprecision(4) << figures.worstRatio() << ','
-              << figures.tenths.back().ratio() << ','
-              << figures.worstMoves() * static_cast<double>(updatesEach) << ','
-              << figures.tenths.back().movesEach(figures.tenths.back().updates / updatesEach) << ','
-              << std::setprecision(2) << figures.microseconds << std::endl;
+              << std::fixed << std::setprecision(4) << row.worstRatio << ',' << last.ratio() << ','
+              << row.worstMoves << ',' << last.movesEach(last.updates / updatesEach) << ','
+              << std::setprecision(2) << row.microseconds << std::endl;
 }
 
 bool asked(Options const& options, char const* work) {
@@ -68,21 +79,22 @@ bool asked(Options const& options, char const* work) {
 }
 
 void measure(Options const& options, Setting const& setting, std::string const& policy,
-             PolicyFigures::Prefixes const& table) {
+             PolicyFigures::Prefixes const& table, Report& report) {
     bool const first = setting.seed == options.seeds.front();
     if (asked(options, "download") && first) {
-        print("download", setting, policy, PolicyFigures::download(setting, table), 1);
+        tell(report, "download", setting, policy, PolicyFigures::download(setting, table), 1);
     }
     if (asked(options, "address") && first) {
-        print("address", setting, policy, PolicyFigures::addressOrder(setting, table), 1);
+        tell(report, "address", setting, policy, PolicyFigures::addressOrder(setting, table), 1);
     }
     if (asked(options, "random")) {
-        print("random", setting, policy, PolicyFigures::randomOrder(setting, table, 0).load, 1);
+        tell(report, "random", setting, policy, PolicyFigures::randomOrder(setting, table, 0).load,
+             1);
     }
     bool const replaced = setting.bucketRoutes == 64 || setting.bucketRoutes == 512;
     if (asked(options, "replacements") && replaced) {
         auto const figures = PolicyFigures::randomOrder(setting, table, options.replacements);
-        print("replacements", setting, policy, figures.replacements, 2);
+        tell(report, "replacements", setting, policy, figures.replacements, 2);
     }
 }
 
@@ -92,6 +104,9 @@ void run(Options& options) {
             options.policies.emplace_back(policy.name);
         }
     }
+    Report report;
+    report.seeds = options.seeds;
+    report.replacements = options.replacements;
     LpmTools::Table table;
     if (options.tables.empty()) {
         table.ipv4 = LpmTools::generateTable(Nimbal::AddressFamily::ipv4, options.ipv4, 1);
@@ -99,20 +114,30 @@ void run(Options& options) {
     } else {
         table = LpmTools::readTables(options.tables, {});
     }
+    report.table = std::to_string(table.ipv4.size()) + " of IPv4 and " +
+                   std::to_string(table.ipv6.size()) + " of IPv6, " +
+                   (options.tables.empty() ? "generated" : "a full Internet table");
     std::cout << "work,family,bucket,seed,policy,worst ratio,final ratio,worst moves,final moves,"
                  "microseconds an update\n";
     for (auto const* prefixes : {&table.ipv6, &table.ipv4}) {
+        if (!prefixes->empty()) {
+            report.library.push_back(
+                {prefixes->front().af(), PolicyFigures::libraryMicroseconds(*prefixes)});
+        }
         for (U32 const bucket : options.buckets) {
             for (std::string const& policy : options.policies) {
                 for (U64 const seed : options.seeds) {
                     if (!prefixes->empty()) {
                         measure(options,
                                 {prefixes->front().af(), bucket, seed, policyMaker(policy)}, policy,
-                                *prefixes);
+                                *prefixes, report);
                     }
                 }
             }
         }
+    }
+    if (!options.docs.empty()) {
+        PolicyFigures::writeReport(report, options.docs);
     }
 }
 
@@ -129,6 +154,7 @@ int main(int argumentCount, char** arguments) {
     app.add_option("--replacements", options.replacements, "How many");
     app.add_option("--ipv4", options.ipv4, "Routes to generate");
     app.add_option("--ipv6", options.ipv6, "Routes to generate");
+    app.add_option("--docs", options.docs, "Directory to write policies.md and its pictures to");
     CLI11_PARSE(app, argumentCount, arguments);
     try {
         run(options);
