@@ -24,13 +24,25 @@ U32 PartitionManager::freshBuckets() const noexcept {
     return numbers_->limit() - numbers_->count();
 }
 
+/**
+ * The number of a bucket that nobody uses. After a restart some may be allocated to other tables
+ * that have not been restarted yet. RangeException when there is none.
+ */
 PartitionId::Ptr PartitionManager::takeId() {
-    Bucket const bucket = numbers_->takeNextFree();
-    try {
-        return idOf(bucket);
-    } catch (...) {
-        numbers_->clearBit(bucket);
-        throw;
+    std::vector<PartitionId::Ptr> inUse;
+    for (;;) {
+        Bucket const bucket = numbers_->takeNextFree();
+        PartitionId::Ptr id;
+        try {
+            id = idOf(bucket);
+        } catch (...) {
+            numbers_->clearBit(bucket);
+            throw;
+        }
+        if (!writer_.hardware().contents(bucket)) {
+            return id;
+        }
+        inUse.push_back(std::move(id));
     }
 }
 
@@ -38,24 +50,11 @@ PartitionId::Ptr PartitionManager::idOf(Bucket bucket) {
     return PartitionId::PartitionIdIs(LpmTrie::PartitionIdValue(bucket), wholeNumber, numbers_);
 }
 
-/**
- * A bucket that nobody uses, allocated. After a restart some may be allocated to other tables that
- * have not been restarted yet. RangeException when there is none.
- */
+/** A bucket that nobody uses, allocated. RangeException when there is none. */
 PartitionId::Ptr PartitionManager::allocateFresh() {
-    std::vector<PartitionId::Ptr> inUse;
-    for (;;) {
-        PartitionId::Ptr id = takeId();
-        try {
-            writer_.allocate(id);
-            return id;
-        } catch (RefusedWrite const& refused) {
-            if (refused.status != WriteStatus::bucketInUse) {
-                throw;
-            }
-            inUse.push_back(std::move(id));
-        }
-    }
+    PartitionId::Ptr id = takeId();
+    writer_.allocate(id);
+    return id;
 }
 
 /** Gives the pieces of a recut that need one a bucket's number. False when there are not enough. */

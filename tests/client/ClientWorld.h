@@ -50,7 +50,7 @@ public:
     std::string state() const;
 
     PartitionManager& manager() { return *manager_; }
-    Torvel::Bitmap const& numbers() const { return *numbers_; }
+    Torvel::Bitmap& numbers() const { return *numbers_; }
     /** A new manager with a new bitmap: what a process that starts has. */
     void newManager();
     void dropManager();

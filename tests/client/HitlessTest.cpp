@@ -28,6 +28,9 @@ void run(ClientWorld& world, std::vector<Update> const& updates) {
         ASSERT_TRUE(outcome == Outcome::done || outcome == Outcome::unchanged) << text(outcome);
         ASSERT_NO_FATAL_FAILURE(world.check()) << update.prefix << '\n' << world.state();
         ASSERT_FALSE(world.failed());
+        auto const& counts = world.manager().counts();
+        ASSERT_EQ(world.chip.counts().of(LpmClient::WriteKind::writeRoute),
+                  counts.added + counts.changed + counts.moves);
     }
 }
 

@@ -137,7 +137,6 @@ TEST_P(RefusalTest, updatesGoOnWhileOthersAreOwed) {
             } else {
                 world.manager().withdraw(update.prefix);
             }
-            Table present = due;
             for (auto const& [prefix, nextHop] : world.manager().owed()) {
                 ASSERT_EQ(nextHop, due.contains(prefix) ? std::optional(due[prefix]) : std::nullopt)
                     << prefix;

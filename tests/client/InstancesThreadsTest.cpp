@@ -1,0 +1,137 @@
+#include <client/PartitionManager.h>
+#include <client/SimulatedChip.h>
+
+#include <tests/Support/LeakCheck.h>
+#include <tests/Support/ThreadSafeMode.h>
+#include <tests/Support/Threads.h>
+#include <tests/client/Space.h>
+
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <memory>
+
+/*
+ * Several tables over one chip and one bitmap of bucket numbers.
+ */
+
+namespace ClientTest {
+namespace {
+
+using LpmClient::ManagerOptions;
+using LpmClient::Outcome;
+using LpmClient::PartitionManager;
+using LpmClient::SimulatedChip;
+
+/** A table of a routing instance: a space, what it should hold, and its manager. */
+struct Instance {
+    U32 vrfId;
+    Space space;
+    Table table;
+    std::unique_ptr<PartitionManager> manager;
+
+    ManagerOptions options(std::string const& policy) const {
+        return {vrfId, space.af(), 0, policy, 1};
+    }
+};
+
+void update(Instance& instance, Update const& update) {
+    Outcome const outcome = update.nextHop
+                                ? instance.manager->announce({update.prefix, *update.nextHop})
+                                : instance.manager->withdraw(update.prefix);
+    ASSERT_TRUE(outcome == Outcome::done || outcome == Outcome::unchanged) << text(outcome);
+    takeInto(instance.table, update);
+}
+
+void check(Instance const& instance, SimulatedChip const& chip) {
+    instance.manager->trie().verify();
+    auto const differences = instance.manager->audit();
+    ASSERT_TRUE(differences.empty()) << differences.front();
+    Answers const due = instance.space.answers(instance.table);
+    for (std::size_t i = 0; i < due.size(); ++i) {
+        IpGenPrefix const& address = instance.space.addresses()[i];
+        ASSERT_EQ(chip.lookup(instance.vrfId, address).route, due[i]) << address;
+    }
+}
+
+class InstancesThreadsTest : public TestSupport::LeakCheck {
+protected:
+    InstancesThreadsTest() {
+        std::cout << "LPMTRIE_CLIENT_SEED=" << seed_ << '\n';
+        for (U32 const vrfId : {0U, 7U}) {
+            instances_.push_back({vrfId, Space(AddressFamily::ipv4, 5), {}, nullptr});
+            instances_.push_back({vrfId, Space(AddressFamily::ipv6, 5), {}, nullptr});
+        }
+    }
+
+    U64 const seed_ = fromEnvironment("LPMTRIE_CLIENT_SEED", 1);
+    SimulatedChip chip_{{400, 3, 400}};
+    std::vector<Instance> instances_;
+};
+
+void run(Instance& instance, SimulatedChip const& chip, Random& random) {
+    auto const updates = history(instance.space, Order::random, 40, random);
+    for (std::size_t i = 0; i < updates.size(); ++i) {
+        ASSERT_NO_FATAL_FAILURE(update(instance, updates[i]));
+        if (i % 8 == 0) {
+            ASSERT_NO_FATAL_FAILURE(check(instance, chip));
+        }
+    }
+    ASSERT_EQ(instance.manager->trie().root(), nullptr);
+}
+
+TEST_F(InstancesThreadsTest, shareChipAndBitmapOnThreadsOfTheirOwn) {
+    TestSupport::ThreadSafeMode const mode;
+    auto const numbers = Torvel::Bitmap::BitmapIs(400);
+    TestSupport::inThreads(instances_.size(), [&](std::size_t index) {
+        Instance& instance = instances_[index];
+        Random random(seed_ * 100 + index);
+        Torvel::Bitmap::Ptr mine = numbers;
+        instance.manager = std::make_unique<PartitionManager>(
+            chip_, mine, instance.options(index % 2 == 0 ? "window" : "redistribute"));
+        run(instance, chip_, random);
+        instance.manager.reset();
+    });
+    EXPECT_EQ(chip_.bucketsUsed() + chip_.bindingsUsed() + numbers->count(), 0U);
+    EXPECT_EQ(chip_.counts().totalRefused(), 0U);
+}
+
+TEST_F(InstancesThreadsTest, restartOneAfterTheOtherWhileTheFirstGrows) {
+    auto numbers = Torvel::Bitmap::BitmapIs(400);
+    for (std::size_t i = 0; i < instances_.size(); ++i) {
+        Instance& instance = instances_[i];
+        Random random(seed_ * 100 + i);
+        instance.manager =
+            std::make_unique<PartitionManager>(chip_, numbers, instance.options("window"));
+        for (auto const& prefix : randomPrefixes(instance.space, Order::random, 20, random)) {
+            ASSERT_NO_FATAL_FAILURE(update(instance, {prefix, random.below(1000)}));
+        }
+        ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
+    }
+    for (Instance& instance : instances_) {
+        instance.manager.reset();
+    }
+    numbers = Torvel::Bitmap::BitmapIs(400);
+    for (std::size_t i = 0; i < instances_.size(); ++i) {
+        Instance& instance = instances_[i];
+        Random random(seed_ * 100 + 50 + i);
+        instance.manager =
+            std::make_unique<PartitionManager>(chip_, numbers, instance.options("window"));
+        ASSERT_TRUE(instance.manager->restart());
+        ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
+        for (auto const& prefix : randomPrefixes(instance.space, Order::random, 30, random)) {
+            ASSERT_NO_FATAL_FAILURE(update(instance, {prefix, random.below(1000)}));
+        }
+        ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
+    }
+    U64 buckets = 0;
+    for (Instance const& instance : instances_) {
+        ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
+        buckets += instance.manager->buckets();
+    }
+    EXPECT_EQ(numbers->count(), buckets);
+    EXPECT_EQ(chip_.bucketsUsed(), buckets);
+}
+
+}  // namespace
+}  // namespace ClientTest
