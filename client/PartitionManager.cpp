@@ -1,8 +1,7 @@
 /*
- * Updates. A route comes into the trie first, and its partition is cut anew if it is too full then;
- * the chip follows write by write, and if it refuses one, chip and trie go back to where they were.
- * A route leaves the chip first. Either way the covering routes of the partitions under the route
- * come after it, or go before it.
+ * Announcements. A route comes into the trie first, and its partition is cut anew if it is too full
+ * then; the chip follows write by write, and if it refuses one, chip and trie go back to where they
+ * were. The covering routes of the partitions under the route come after it.
  *
  * The partition at the prefix of length 0 comes with the first route and goes with the last.
  */
@@ -194,89 +193,6 @@ void PartitionManager::writeCoversUnder(RouteNode const* node, std::optional<Rou
             writer_.writeCover(bucketOf(at->second), cover);
         }
     }
-}
-
-Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
-    checkPrefix(prefix);
-    if (!writer_.settle()) {
-        return owe(prefix, std::nullopt, Outcome::refused);
-    }
-    RouteNode* const node = routeNode(LpmTrie::findExact(*trie_, prefix));
-    if (node == nullptr || !node->fibRoute()) {
-        return settled(prefix, Outcome::unchanged);
-    }
-    try {
-        RouteNode const* const above = nearestRouteAbove(node);
-        writeCoversUnder(node, above != nullptr ? std::optional(routeAt(above)) : std::nullopt);
-        writer_.eraseRoute(bucketOf(node), routeAt(node));
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
-        writer_.undo();
-        return owe(prefix, std::nullopt, Outcome::refused);
-    } catch (...) {
-        writer_.undo();
-        throw;
-    }
-    writer_.commit();
-    ++counts_.withdrawn;
-    Node* root = node;
-    while (!root->partitionNode()) {
-        root = root->parent();
-    }
-    IpGenPrefix const rootPrefix = root->prefixRef()->prefix();
-    trie_->removeNode(node, false);
-    if (!tryImprove(rootPrefix)) {
-        toImprove_.insert(rootPrefix);
-    }
-    return settled(prefix, Outcome::done);
-}
-
-std::optional<Cut> PartitionManager::improvement(RouteNode* root) {
-    if (root->partitionRouteCount() != 0) {
-        return policy_->shrink(*trie_, root, room());
-    }
-    Node* around = root->parent();
-    while (!around->partitionNode()) {
-        around = around->parent();
-    }
-    return Cut{{routeNode(around), root}, {routeNode(around)}};
-}
-
-/** Cuts a partition that has shrunk anew if that pays. False when the chip has refused. */
-bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
-    auto const at = roots_.find(rootPrefix);
-    if (at == roots_.end()) {
-        return true;
-    }
-    if (trie_->root()->routeCount() == 0 && roots_.size() == 1) {
-        return removeTop();
-    }
-    RouteNode* const root = at->second;
-    if (root->parent() == nullptr && root->partitionRouteCount() == 0) {
-        return true;
-    }
-    auto const cut = improvement(root);
-    if (!cut) {
-        return true;
-    }
-    Recut planned = planRecut(*cut, bucketRoutes_, nullptr);
-    if (!takeFresh(planned)) {
-        return true;
-    }
-    RecutChange recut(*trie_, writer_, std::move(planned));
-    try {
-        recut.run();
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
-        writer_.undo();
-        return false;
-    } catch (...) {
-        writer_.undo();
-        throw;
-    }
-    writer_.commit();
-    complete(recut);
-    return removeTop();  // the last route's partition may just have been merged into an empty one
 }
 
 bool PartitionManager::retry() {

@@ -12,7 +12,7 @@ struct WindowWeights {
     /** Neighbours tried at each size of the window. */
     U32 neighbours = 6;
     /** Parts in a thousand of a bucket that stay free in every piece that is cut. */
-    U32 slack = 100;
+    U32 slack = 120;
     /** What a bucket more costs, in hundredths of its bound, weighed against moved routes. */
     U32 bucketPrice = 400;
     /** What a cut is worth that leaves pieces emptier, in hundredths: see `worth`. */

@@ -1,0 +1,99 @@
+/*
+ * Withdrawals. A route leaves the chip first: the covering routes of the partitions under it, then
+ * the route itself; then it leaves the trie. The partition that it was in may be cut anew after
+ * that, which is a change of its own: if the chip refuses it, the withdrawal stands, and `retry`
+ * takes it up. A partition without routes always joins the one around it.
+ */
+
+#include <client/PartitionManager.h>
+#include <client/RecutChange.h>
+
+namespace LpmClient {
+
+using LpmTrie::Node;
+using Nimbal::IpGenPrefix;
+
+Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
+    checkPrefix(prefix);
+    if (!writer_.settle()) {
+        return owe(prefix, std::nullopt, Outcome::refused);
+    }
+    RouteNode* const node = routeNode(LpmTrie::findExact(*trie_, prefix));
+    if (node == nullptr || !node->fibRoute()) {
+        return settled(prefix, Outcome::unchanged);
+    }
+    try {
+        RouteNode const* const above = nearestRouteAbove(node);
+        writeCoversUnder(node, above != nullptr ? std::optional(routeAt(above)) : std::nullopt);
+        writer_.eraseRoute(bucketOf(node), routeAt(node));
+    } catch (RefusedWrite const& refused) {
+        lastRefusal_ = refused;
+        writer_.undo();
+        return owe(prefix, std::nullopt, Outcome::refused);
+    } catch (...) {
+        writer_.undo();
+        throw;
+    }
+    writer_.commit();
+    ++counts_.withdrawn;
+    Node* root = node;
+    while (!root->partitionNode()) {
+        root = root->parent();
+    }
+    IpGenPrefix const rootPrefix = root->prefixRef()->prefix();
+    trie_->removeNode(node, false);
+    if (!tryImprove(rootPrefix)) {
+        toImprove_.insert(rootPrefix);
+    }
+    return settled(prefix, Outcome::done);
+}
+
+std::optional<Cut> PartitionManager::improvement(RouteNode* root) {
+    if (root->partitionRouteCount() != 0) {
+        return policy_->shrink(*trie_, root, room());
+    }
+    Node* around = root->parent();
+    while (!around->partitionNode()) {
+        around = around->parent();
+    }
+    return Cut{{routeNode(around), root}, {routeNode(around)}};
+}
+
+/** Cuts a partition that has shrunk anew if that pays. False when the chip has refused. */
+bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
+    auto const at = roots_.find(rootPrefix);
+    if (at == roots_.end()) {
+        return true;
+    }
+    if (trie_->root()->routeCount() == 0 && roots_.size() == 1) {
+        return removeTop();
+    }
+    RouteNode* const root = at->second;
+    if (root->parent() == nullptr && root->partitionRouteCount() == 0) {
+        return true;
+    }
+    auto const cut = improvement(root);
+    if (!cut) {
+        return true;
+    }
+    Recut planned = planRecut(*cut, bucketRoutes_, nullptr);
+    if (!takeFresh(planned)) {
+        return true;
+    }
+    RecutChange recut(*trie_, writer_, std::move(planned));
+    try {
+        recut.run();
+    } catch (RefusedWrite const& refused) {
+        lastRefusal_ = refused;
+        writer_.undo();
+        return false;
+    } catch (...) {
+        writer_.undo();
+        throw;
+    }
+    writer_.commit();
+    complete(recut);
+    return removeTop();  // the last route's partition may just have been merged into an empty one
+}
+
+}  // namespace LpmClient
