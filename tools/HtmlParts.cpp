@@ -57,7 +57,8 @@ std::string htmlTable(HtmlTable const& table) {
     std::string text = "<details><summary>Numbers<span class=\"unseen\">: " + caption +
                        "</span></summary>\n"
                        "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"" +
-                       caption + "\">\n<table><caption>" + caption + "</caption>\n<thead><tr>";
+                       caption + "\">\n<table" + (table.numbered ? " class=\"numbered\"" : "") +
+                       "><caption>" + caption + "</caption>\n<thead><tr>";
     for (std::string const& head : table.heads) {
         text += "<th scope=\"col\">" + escapedMarkup(head) + "</th>";
     }

@@ -23,6 +23,7 @@ struct HtmlTable {
     std::string caption = {};
     std::vector<std::string> heads = {};
     std::vector<std::vector<std::string>> rows = {};  // the first of each row names it
+    bool numbered = false;  // the names are numbers, and aligned like those
 };
 
 struct HtmlFigure {

@@ -57,7 +57,7 @@ SvgLine optimumLine(std::vector<PlanSample> const& samples) {
 HtmlTable sampleTable(FamilyPlan const& plan, std::string const& what) {
     std::size_t const count = plan.samples.size();
     std::size_t const rows = std::min(count, planSampleRows);
-    HtmlTable table{what + " of " + familyName(plan.af) + " over time", {}, {}};
+    HtmlTable table{what + " of " + familyName(plan.af) + " over time", {}, {}, true};
     if (rows < count) {
         table.caption += ", " + groupedNumber(rows) + " of " + groupedNumber(count) + " samples";
     }

@@ -73,9 +73,9 @@ std::string inputPart(InputReport const& input) {
                    {"Withdrawn", groupedNumber(input.withdrawn), ""},
                    {"Host bits cleared", groupedNumber(input.hostBitsCleared), ""}});
     if (!input.error.empty()) {
-        text +=
-            "<p class=\"fault\"><span aria-hidden=\"true\">\u26a0\ufe0e </span>Reading ended early: " +
-            htmlName(input.error) + "</p>\n";
+        text += "<p class=\"fault\"><span aria-hidden=\"true\">\u26a0\ufe0e </span>Reading "
+                "ended early: " +
+                htmlName(input.error) + "</p>\n";
     }
     if (!input.skipped.empty()) {
         text += "<p>Skipped:</p>\n<ul>\n";

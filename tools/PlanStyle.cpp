@@ -55,7 +55,7 @@ caption{text-align:left;color:var(--quiet);padding:.25rem 0}
 th,td{padding:.2rem 0 .2rem 1.25rem;text-align:right;font-weight:400;white-space:nowrap;
 border-bottom:1px solid var(--rule)}
 thead th{position:sticky;top:0;background:var(--paper);color:var(--quiet);font-weight:600}
-th:first-child{text-align:left;padding-left:0}
+th:first-child{text-align:left;padding-left:0}.numbered th:first-child{text-align:right}
 article{padding:1rem 0 .25rem;border-top:1px solid var(--rule)}
 .inputs h2+article{border-top:0;padding-top:0}
 .five{grid-template-columns:repeat(5,minmax(0,1fr))}
