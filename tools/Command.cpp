@@ -24,6 +24,8 @@ public:
         app_.require_subcommand(1);
         app_.set_help_all_flag("--help-all", "Help of all commands");
         addPlanCommand(app_, work_);
+        addDiffCommand(app_, work_);
+        addLookupCommand(app_, work_);
         addLoadCommand(app_, work_);
         addGenerateCommand(app_, work_);
         addDumpCommands(app_, work_);

@@ -2,6 +2,7 @@
 
 #include <tools/Output.h>
 #include <tools/RouteGenerator.h>
+#include <tools/Xoshiro.h>
 
 #include <iostream>
 
@@ -61,6 +62,19 @@ Table generate(Source const& source) {
     table.ipv6 = generateTable(Nimbal::AddressFamily::ipv6, source.ipv6, source.seed);
     table.seed = source.seed;
     return table;
+}
+
+std::vector<LpmClient::Route> generateRoutes(Source const& source) {
+    constexpr std::size_t nextHops = 64;
+    Table const table = generate(source);
+    std::vector<LpmClient::Route> routes;
+    Xoshiro numbers(source.seed);
+    for (auto const* family : {&table.ipv4, &table.ipv6}) {
+        for (Nimbal::IpGenPrefix const& prefix : *family) {
+            routes.push_back({prefix, 1 + U64{numbers.below(nextHops)}});
+        }
+    }
+    return routes;
 }
 
 Table read(Source const& source) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <client/Hardware.h>
 #include <tools/TableReader.h>
 
 #include <CLI/CLI.hpp>
@@ -29,6 +30,8 @@ int fail(std::string const& why, int status);
 using Work = std::function<int()>;
 
 void addPlanCommand(CLI::App& app, Work& work);
+void addDiffCommand(CLI::App& app, Work& work);
+void addLookupCommand(CLI::App& app, Work& work);
 void addLoadCommand(CLI::App& app, Work& work);
 void addGenerateCommand(CLI::App& app, Work& work);
 void addDumpCommands(CLI::App& app, Work& work);
@@ -75,6 +78,8 @@ void addSourceOptions(CLI::App& app, Source& source);
 /** Throws std::invalid_argument when there are files beside a generated table. */
 void checkBuiltinAlone(bool hasFiles);
 Table generate(Source const& source);
+/** The routes of a generated table, each with a next hop drawn at random. */
+std::vector<LpmClient::Route> generateRoutes(Source const& source);
 /** Reads text tables or generates one. */
 Table read(Source const& source);
 

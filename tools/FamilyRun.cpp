@@ -99,6 +99,7 @@ void FamilyRun::apply(RouteEvent const& event) {
 
 void FamilyRun::expectUpdates(U64 total) {
     expected_ = total;
+    expectedDone_ = 0;
     if (plan_.samples.empty()) {
         sample(true);
     }
@@ -149,6 +150,7 @@ void FamilyRun::sample(bool withOptimum) {
 }
 
 void FamilyRun::countBuckets() {
+    plan_.fillHistogram = {};
     for (auto const& [prefix, root] : manager_.roots()) {
         U64 const routes = root->partitionRouteCount();
         // The bound belongs to the twentieth below it: 5 of 100 is "0 to 5 %".
@@ -158,6 +160,7 @@ void FamilyRun::countBuckets() {
 }
 
 void FamilyRun::countDepths() {
+    plan_.depths.clear();
     auto& trie = manager_.trie();
     auto step = trie.preorderNextNode(nullptr, nullptr, 0, false, false);
     while (step.node() != nullptr) {

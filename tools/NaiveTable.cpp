@@ -13,6 +13,7 @@ void NaiveTable::announce(Route const& route) {
     }
     entries_.add({route.prefix, route.nextHop, 0});
     ++lengths_[route.prefix.len()];
+    seen_[markOf(route.prefix)] = true;
 }
 
 void NaiveTable::withdraw(IpGenPrefix const& prefix) {
@@ -29,7 +30,7 @@ std::optional<Route> NaiveTable::match(IpGenPrefix const& address) const {
             continue;
         }
         auto const key = IpGenPrefix(address.af(), address.address(), len).hostBitsCleared();
-        U32 const number = entries_.find(key);
+        U32 const number = seen_[markOf(key)] ? entries_.find(key) : entries_.none;
         if (number != entries_.none) {
             return Route{key, entries_[number].nextHop};
         }

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <optional>
+#include <vector>
 
 namespace LpmTools {
 
@@ -39,7 +40,14 @@ private:
     };
 
     IndexedPool<Entry, std::hash<Nimbal::IpGenPrefix>> entries_;
+    static std::size_t markOf(Nimbal::IpGenPrefix const& prefix) noexcept {
+        return prefix.hash() % marks;
+    }
+    static constexpr std::size_t marks = std::size_t{1} << 24;
+
     std::array<U64, 129> lengths_{};
+    /** Set for the hash of every route there ever was: most questions need not ask further. */
+    std::vector<bool> seen_ = std::vector<bool>(marks);
 };
 
 }  // namespace LpmTools

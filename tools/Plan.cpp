@@ -100,7 +100,7 @@ void Plan::takeUpdates(std::vector<RouteEvent> const& events) {
 
 void Plan::check() {
     for (auto const& run : families_) {
-        if (run) {
+        if (run && options_.checksAnswers) {
             run->checkAnswers(options_.checkedAddresses, random_);
         }
     }
@@ -112,6 +112,7 @@ void Plan::finish(PlanReport& report) {
     report.start = start_;
     report.bucketRoutes = options_.bucketRoutes;
     report.bucketLimit = options_.buckets;
+    report.families.clear();
     for (auto const& run : families_) {
         if (run) {
             report.families.push_back(run->finish());

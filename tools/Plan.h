@@ -14,6 +14,7 @@ struct PlanOptions {
     std::string policy;  // empty: the default one
     bool oneByOne = false;
     bool optimum = false;
+    bool checksAnswers = true;
     U64 checkedAddresses = 100000;  // random ones; every prefix's ends are checked anyway
     U64 seed = 1;                   // of the random addresses
 };
@@ -29,7 +30,8 @@ public:
 
     void takeTable(std::vector<LpmClient::Route> const& routes);
     void takeUpdates(std::vector<RouteEvent> const& events);
-    /** Audits; fills all of `report` but the inputs and the generator's seed. */
+    /** May be called again after more updates. Audits; fills all of `report` but the inputs and the
+     * generator's seed. */
     void finish(PlanReport& report);
 
     LpmClient::SimulatedChip const& chip() const noexcept { return chip_; }

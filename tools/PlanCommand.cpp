@@ -86,21 +86,15 @@ std::unique_ptr<OutputFile> openOutput(std::string const& path) {
 
 void takeBuiltin(PlanCall const& call, Plan& plan, PlanReport& report) {
     checkBuiltinAlone(!call.source.files.empty() || !call.updates.empty());
-    Table const table = generate(call.source);
     report.seed = call.source.seed;
-    std::vector<LpmClient::Route> routes;
-    Xoshiro numbers(call.source.seed);
-    for (auto const* family : {&table.ipv4, &table.ipv6}) {
-        for (Nimbal::IpGenPrefix const& prefix : *family) {
-            routes.push_back({prefix, 1 + numbers.below(64)});
-        }
-    }
+    auto routes = generateRoutes(call.source);
     plan.takeTable(routes);
     plan.takeUpdates(randomReplacements(std::move(routes), call.replacements, call.source.seed));
 }
 
 void takeInputs(PlanCall const& call, Plan& plan, PlanReport& report) {
-    RouteInputs inputs(call.source.table);
+    NextHopNumbers nextHops;
+    RouteInputs inputs(call.source.table, nextHops);
     std::vector<std::string> tables = call.source.files;
     if (tables.empty() && call.updates.empty()) {
         tables = {"-"};

@@ -41,6 +41,10 @@ void describeText(TextCounts const& counts, InputReport& report) {
 
 }  // namespace
 
+LpmClient::NextHop NextHopNumbers::of(NextHop const& nextHop) {
+    return nextHop.size == 0 ? 0 : numbers_.try_emplace(nextHop, numbers_.size() + 1).first->second;
+}
+
 /** Calls `take(update)` for every update of an input. */
 template <class Take>
 void RouteInputs::read(std::string const& path, Take const& take) {
@@ -64,12 +68,9 @@ void RouteInputs::read(std::string const& path, Take const& take) {
     }
 }
 
-/** The next hop of the route to a prefix as a number: 0 where none is told, else as first met. */
 LpmClient::NextHop RouteInputs::numberOf(IpGenPrefix const& prefix) {
     NextHop const* const nextHop = table_.nextHop(prefix);
-    return nextHop == nullptr || nextHop->size == 0
-               ? 0
-               : nextHops_.try_emplace(*nextHop, nextHops_.size() + 1).first->second;
+    return nextHop == nullptr ? 0 : nextHops_.of(*nextHop);
 }
 
 std::vector<Route> RouteInputs::readTables(std::span<std::string const> paths) {

@@ -17,6 +17,15 @@ struct RouteEvent {
     RouteChange change = RouteChange::none;
 };
 
+/** Next hops as numbers: 1, 2, ... as they are first met, and 0 where an input tells none. */
+class NextHopNumbers {
+public:
+    LpmClient::NextHop of(NextHop const& nextHop);
+
+private:
+    std::map<NextHop, LpmClient::NextHop> numbers_;
+};
+
 /**
  * Reads tables and updates, text or MRT, that belong together: paths of one table, so that what one
  * input announces another one can withdraw. An error ends an input, not the reading: what came
@@ -24,7 +33,9 @@ struct RouteEvent {
  */
 class RouteInputs {
 public:
-    explicit RouteInputs(TableOptions const& options) : options_(options) {}
+    /** Inputs whose routes are compared share `nextHops`, which must live as long. */
+    RouteInputs(TableOptions const& options, NextHopNumbers& nextHops)
+        : options_(options), nextHops_(nextHops) {}
 
     /** The routes that there are once all is read, in the order in which they have come. */
     std::vector<LpmClient::Route> readTables(std::span<std::string const> paths);
@@ -43,7 +54,7 @@ private:
     TableOptions const options_;
     MrtPeers peers_;
     PathTable table_;
-    std::map<NextHop, LpmClient::NextHop> nextHops_;
+    NextHopNumbers& nextHops_;
     std::vector<InputReport> reports_;
 };
 
