@@ -1,8 +1,7 @@
 #include <tools/Load.h>
+#include <tools/Texts.h>
 
 #include <nlohmann/json.hpp>
-
-#include <sstream>
 
 namespace LpmTools {
 
@@ -10,35 +9,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string nameOf(Nimbal::AddressFamily af) {
-    std::ostringstream name;
-    name << af;
-    return name.str();
-}
-
-/** 1234567 as "1,234,567". */
-std::string grouped(U64 number) {
-    std::string text = std::to_string(number);
-    for (std::size_t at = text.size(); at > 3; at -= 3) {
-        text.insert(at - 3, ",");
-    }
-    return text;
-}
-
-std::string decimal(double number, int places) {
-    return Vexo::formatString("%.*f", places, number);
-}
-
 double perRoute(U64 number, FamilyReport const& report) {
-    return report.figures.routes == 0
-               ? 0
-               : static_cast<double>(number) / static_cast<double>(report.figures.routes);
-}
-
-void addLine(std::string& text, char const* label, std::string const& number,
-             std::string const& rest) {
-    text += Vexo::formatString("  %-14s %12s%s%s\n", label, number.c_str(),
-                               rest.empty() ? "" : "  ", rest.c_str());
+    return ratio(number, report.figures.routes);
 }
 
 /** One bar a tenth, the longest of 40 characters. */
@@ -56,7 +28,7 @@ void addFill(std::string& text, TableFigures const& figures) {
 
 std::string familyText(FamilyReport const& report) {
     TableFigures const& figures = report.figures;
-    std::string text = nameOf(report.af) + "\n";
+    std::string text = familyCode(report.af) + "\n";
     addLine(text, "routes", grouped(figures.routes), "");
     addLine(text, "nodes", grouped(figures.nodes),
             decimal(perRoute(figures.nodes, report), 2) + " a route, " +
@@ -96,7 +68,7 @@ std::string familyText(FamilyReport const& report) {
 
 Json familyJson(FamilyReport const& report) {
     TableFigures const& figures = report.figures;
-    return {{"family", nameOf(report.af)},
+    return {{"family", familyCode(report.af)},
             {"routes", figures.routes},
             {"nodes", figures.nodes},
             {"internalNodes", figures.internalNodes},

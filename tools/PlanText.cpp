@@ -1,0 +1,120 @@
+#include <tools/PlanReport.h>
+#include <tools/Texts.h>
+
+#include <algorithm>
+
+namespace LpmTools {
+
+namespace {
+
+std::string writesByKind(LpmClient::WriteCounts const& writes) {
+    std::string text;
+    for (std::size_t kind = 0; kind < LpmClient::writeKinds; ++kind) {
+        if (writes.done[kind] > 0) {
+            text += (text.empty() ? "" : ", ") +
+                    std::string(LpmClient::text(static_cast<LpmClient::WriteKind>(kind))) + " " +
+                    grouped(writes.done[kind]);
+        }
+    }
+    U64 const refused = writes.totalRefused();
+    return refused == 0 ? text : text + "; " + grouped(refused) + " more refused";
+}
+
+/** "ratio to the best" and so on, where the fewest buckets possible are known. */
+std::string againstOptimum(FamilyPlan const& plan) {
+    if (!plan.optimum) {
+        return {};
+    }
+    return "; " + decimal(ratio(plan.buckets, *plan.optimum), 3) + " of the fewest possible, " +
+           grouped(*plan.optimum);
+}
+
+/** One bar a tenth, the longest of 40 characters. */
+void addFill(std::string& text, FamilyPlan const& plan) {
+    std::array<U64, 10> tenths{};
+    for (std::size_t bar = 0; bar < plan.fillHistogram.size(); ++bar) {
+        tenths[bar / 2] += plan.fillHistogram[bar];
+    }
+    U64 const most = std::max(*std::max_element(tenths.begin(), tenths.end()), U64{1});
+    text += "  buckets by fill\n";
+    for (std::size_t tenth = 0; tenth < tenths.size(); ++tenth) {
+        std::string const label = Vexo::formatString("%zu-%zu %%", tenth * 10, tenth * 10 + 10);
+        addLine(text, label.c_str(), grouped(tenths[tenth]),
+                std::string(tenths[tenth] * 40 / most, '#'));
+    }
+}
+
+void addVerdict(std::string& text, FamilyPlan const& plan) {
+    if (plan.answers.wrong > 0) {
+        text += "  FAILED: " + grouped(plan.answers.wrong) + " wrong answers; " +
+                plan.answers.firstWrong + "\n";
+    }
+    if (plan.differences > 0) {
+        text += "  FAILED: " + grouped(plan.differences) +
+                " differences between the trie and the chip\n";
+    }
+    if (plan.owed > 0) {
+        text += "  OWED: " + grouped(plan.owed) + " updates found no room or were refused\n";
+    }
+    if (plan.answers.wrong == 0 && plan.differences == 0) {
+        text += "  every answer of the chip right, every invariant verified, chip and trie agree\n";
+    }
+}
+
+std::string familyText(FamilyPlan const& plan) {
+    std::string text = familyCode(plan.af) + "\n";
+    U64 const updates = plan.samples.empty() ? 0 : plan.samples.back().update;
+    addLine(text, "routes", grouped(plan.routes), "");
+    addLine(text, "buckets", grouped(plan.buckets),
+            decimal(plan.fill * 100, 1) + " % full" + againstOptimum(plan));
+    addLine(text, "updates", grouped(updates),
+            grouped(plan.counts.added) + " routes added, " + grouped(plan.counts.changed) +
+                " next hops changed, " + grouped(plan.counts.withdrawn) + " routes withdrawn");
+    addLine(text, "writes", grouped(plan.writes.total()), writesByKind(plan.writes));
+    addLine(text, "moved routes", grouped(plan.counts.moves),
+            decimal(ratio(plan.counts.moves, updates), 3) + " an update, in " +
+                grouped(plan.counts.splits) + " splits, " + grouped(plan.counts.merges) +
+                " merges, " + grouped(plan.counts.shifts) + " shifts");
+    addLine(text, "answers", grouped(plan.answers.addresses),
+            "compared with a brute-force longest match, " + grouped(plan.answers.wrong) + " wrong");
+    addLine(text, "time", decimal(plan.seconds, 2), "seconds in the partition manager");
+    addFill(text, plan);
+    addVerdict(text, plan);
+    return text;
+}
+
+std::string inputText(InputReport const& input) {
+    std::string text = input.name + ": " + input.format + ", " + grouped(input.records) +
+                       (input.format == "text" ? " lines, " : " records, ") +
+                       grouped(input.announced) + " announcements, " + grouped(input.withdrawn) +
+                       " withdrawals, " + grouped(input.hostBitsCleared) +
+                       " with host bits cleared\n";
+    for (auto const& [what, count] : input.skipped) {
+        text += "  skipped: " + grouped(count) + " " + what + "\n";
+    }
+    if (!input.error.empty()) {
+        text += "  ended early: " + input.error + "\n";
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string planText(PlanReport const& report) {
+    std::string text;
+    for (FamilyPlan const& plan : report.families) {
+        text += familyText(plan) + "\n";
+    }
+    text += "buckets of " + grouped(report.bucketRoutes) + " routes, at most " +
+            grouped(report.bucketLimit) + " of them; policy " + report.policy +
+            "; table: " + report.start + "\n";
+    for (InputReport const& input : report.inputs) {
+        text += inputText(input);
+    }
+    if (report.seed) {
+        text += "generated from the seed " + std::to_string(*report.seed) + "\n";
+    }
+    return text;
+}
+
+}  // namespace LpmTools

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <client/Hardware.h>
+#include <tools/PlanReport.h>
+#include <tools/RouteUpdates.h>
+
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace LpmTools {
+
+/** An announcement or a withdrawal, and what it means for the route to its prefix. */
+struct RouteEvent {
+    LpmClient::Route route;  // as it is then; of a withdrawn one, the prefix alone counts
+    RouteChange change = RouteChange::none;
+};
+
+/** Next hops as numbers: 1, 2, ... as they are first met, and 0 where an input tells none. */
+class NextHopNumbers {
+public:
+    LpmClient::NextHop of(NextHop const& nextHop);
+
+private:
+    std::map<NextHop, LpmClient::NextHop> numbers_;
+};
+
+/**
+ * Reads tables and updates, text or MRT, that belong together: paths of one table, so that what one
+ * input announces another one can withdraw. An error ends an input, not the reading: what came
+ * before it counts, and it stands in the input's report. A bad line throws BadLine, as elsewhere.
+ */
+class RouteInputs {
+public:
+    /** Inputs whose routes are compared share `nextHops`, which must live as long. */
+    RouteInputs(TableOptions const& options, NextHopNumbers& nextHops)
+        : options_(options), nextHops_(nextHops) {}
+
+    /** The routes that there are once all is read, in the order in which they have come. */
+    std::vector<LpmClient::Route> readTables(std::span<std::string const> paths);
+    /** All events, those without an effect too. */
+    std::vector<RouteEvent> readUpdates(std::span<std::string const> paths);
+
+    std::vector<InputReport> const& reports() const noexcept { return reports_; }
+    /** The first error of an input; empty when there is none. */
+    std::string firstError() const;
+
+private:
+    template <class Take>
+    void read(std::string const& path, Take const& take);
+    LpmClient::NextHop numberOf(Nimbal::IpGenPrefix const& prefix);
+
+    TableOptions const options_;
+    MrtPeers peers_;
+    PathTable table_;
+    NextHopNumbers& nextHops_;
+    std::vector<InputReport> reports_;
+};
+
+}  // namespace LpmTools
