@@ -10,7 +10,7 @@ Policy::~Policy() = default;
 
 std::vector<PolicyDescription> const& policies() {
     static std::vector<PolicyDescription> const all{
-        {"window", "cuts up to three neighbouring partitions anew; the best all-round one"},
+        {"window", "cuts up to four neighbouring partitions anew; the best all-round one"},
         {"window-tight", "the same with wider windows: fewer buckets for more moved routes"},
         {"window-calm", "the same with narrower windows: fewer moved routes for more buckets"},
         {"redistribute", "splits in half unless a nested partition can take a part in"},
@@ -25,8 +25,7 @@ std::unique_ptr<Policy> makePolicy(std::string_view name) {
     }
     if (name == "window-tight") {
         weights.pieces = 5;
-        weights.slack = 70;
-        weights.balance = 20;
+        weights.slack = 55;
         return std::make_unique<WindowPolicy>(weights);
     }
     if (name == "window-calm") {

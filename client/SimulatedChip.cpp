@@ -48,8 +48,11 @@ WriteStatus SimulatedChip::apply(Write const& write) {
     case WriteKind::writeRoute:
         return writeRoute(*cell, write.route);
     case WriteKind::eraseRoute:
-        return cell->routes.erase(write.route.prefix) ? WriteStatus::done
-                                                      : WriteStatus::unknownRoute;
+        if (!cell->routes.erase(write.route.prefix)) {
+            return WriteStatus::unknownRoute;
+        }
+        --cell->lengths[write.route.prefix.len()];
+        return WriteStatus::done;
     case WriteKind::writeCover:
         cell->cover = write.empty ? std::optional<Route>() : write.route;
         return WriteStatus::done;
@@ -94,6 +97,7 @@ WriteStatus SimulatedChip::writeRoute(Cell& cell, Route const& route) const {
         return WriteStatus::bucketFull;
     }
     cell.routes.insert(route.prefix, route);
+    ++cell.lengths[route.prefix.len()];
     return WriteStatus::done;
 }
 
@@ -154,7 +158,8 @@ ChipAnswer SimulatedChip::lookup(U32 vrfId, IpGenPrefix const& address) const {
     answer.bucket = binding->bucket;
     Cell const& cell = *find(binding->bucket);
     for (U32 len = address.len() + 1; len-- > 0;) {
-        Route const* const route = cell.routes.find(truncated(address, len));
+        Route const* const route =
+            cell.lengths[len] == 0 ? nullptr : cell.routes.find(truncated(address, len));
         if (route != nullptr) {
             answer.route = *route;
             return answer;

@@ -76,6 +76,7 @@ private:
         U32 timesBound = 0;
         Vexo::HashMap<Route, RouteKeys> routes;
         std::optional<Route> cover;
+        Lengths lengths{};
     };
     /** The bindings of a routing instance, both families. */
     struct Instance {

@@ -8,11 +8,11 @@ namespace LpmClient {
 /** What a window policy weighs. */
 struct WindowWeights {
     /** Most partitions that are cut anew together. */
-    U32 pieces = 3;
+    U32 pieces = 4;
     /** Neighbours tried at each size of the window. */
     U32 neighbours = 6;
     /** Parts in a thousand of a bucket that stay free in every piece that is cut. */
-    U32 slack = 120;
+    U32 slack = 110;
     /** What a bucket more costs, in hundredths of its bound, weighed against moved routes. */
     U32 bucketPrice = 400;
     /** What a cut is worth that leaves pieces emptier, in hundredths: see `worth`. */
