@@ -1,0 +1,13 @@
+#pragma once
+
+#include <benchmarks/Measurement.h>
+
+#include <iosfwd>
+
+namespace LpmBenchmarks {
+
+/** One table of the report: a row a work, a column a peer, ratios to the peer named `base`. */
+void writeTable(std::ostream& out, std::string const& title,
+                std::vector<PeerFigures> const& figures, std::string const& base);
+
+}  // namespace LpmBenchmarks
