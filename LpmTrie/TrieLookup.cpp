@@ -8,6 +8,7 @@
 
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
+#include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
 
@@ -48,15 +49,28 @@ TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
     if (root_ == nullptr) {
         return {};
     }
-    U32 commonLen = root_->commonLen(prefix);
-    if (commonLen != root_->len()) {
-        return {root_, nullptr, nullptr, false};
-    }
+    auto const isCandidate = [&](Node const* node) {
+        return node->partitionNode() ||
+               (includePendingRmPartition && node->pendingState().removePartition());
+    };
     Node* current = root_;
     Node* candidate = nullptr;
+    if (TrieIndex const* const index = usableIndex()) {
+        auto const [deepest, marked] = index->find(prefix);
+        if (deepest != nullptr && deepest->covers(prefix)) {
+            current = deepest;
+            candidate = marked;
+            while (candidate != nullptr && !isCandidate(candidate)) {
+                candidate = candidate->parent();
+            }
+        }
+    }
+    U32 commonLen = current->commonLen(prefix);
+    if (commonLen != current->len()) {
+        return {current, nullptr, nullptr, false};
+    }
     for (;;) {
-        if (current->partitionNode() ||
-            (includePendingRmPartition && current->pendingState().removePartition())) {
+        if (isCandidate(current)) {
             candidate = current;
         }
         if (commonLen == prefix.len()) {
