@@ -1,4 +1,4 @@
-#include <Vexo/Types.h>
+#include <benchmarks/Machine.h>
 #include <benchmarks/Report.h>
 
 #include <algorithm>
@@ -22,6 +22,29 @@ std::string cell(double value, double base) {
 }
 
 }  // namespace
+
+void writeHead(std::ostream& out, U64 seed, U32 repetitions) {
+    constexpr U64 mebibyte = U64{1} << 20;
+    auto const latency = [](U64 bytes) { return static_cast<int>(memoryLatency(bytes) + 0.5); };
+    out << "# Performance\n\n"
+           "Written by `./bench --output docs/performance.md`; tables named behind it are measured "
+           "instead of\ngenerated ones.\n\n"
+           "Nanoseconds of processor time a route, in brackets the ratio to `rte_rib` (`rte_rib6` "
+           "for IPv6) of\nDPDK: smaller is better. Every repetition of every peer runs in a process "
+           "of its own, peers in turn;\nthe figures are medians. All peers get the same routes in "
+           "the same order on pages of the same size,\nhave touched their memory before, and give "
+           "the same answers, which is checked. *LpmTrie* inserts from\nthe root, without "
+           "partitions; *LpmTrie in partitions* is a client's real path: `findPartitionNode`, "
+           "then\n`insert` from that partition node, and a cut of each partition that exceeds 512 "
+           "routes.\n\n"
+           "*Bytes of objects* are tracked allocations, the index included, or for `rte_rib` its "
+           "pool's objects in\nuse; *resident bytes* count pools made for more than is in use.\n\n"
+           "- processor: "
+        << processorName()
+        << "\n- a read that depends on the one before, at random in 1 MiB: " << latency(mebibyte)
+        << " ns; 16 MiB: " << latency(16 * mebibyte) << " ns; 256 MiB: " << latency(256 * mebibyte)
+        << " ns (small pages)\n- seed " << seed << ", repetitions " << repetitions << "\n\n";
+}
 
 void writeTable(std::ostream& out, std::string const& title,
                 std::vector<PeerFigures> const& figures, std::string const& base) {

@@ -2,7 +2,6 @@
 
 #include <tools/RouteGenerator.h>
 #include <tools/TableReader.h>
-#include <benchmarks/Machine.h>
 #include <benchmarks/Report.h>
 
 #include <CLI/CLI.hpp>
@@ -107,11 +106,7 @@ int main(int count, char** arguments) {
     try {
         std::ofstream file(options.output);
         std::ostream& out = options.output.empty() ? std::cout : file;
-        out << "- processor: " << processorName() << "\n- a dependent read in 256 MiB: "
-            << static_cast<int>(memoryLatency(U64{256} << 20))
-            << " ns; in 1 MiB: " << static_cast<int>(memoryLatency(U64{1} << 20))
-            << " ns\n- seed: " << options.seed << ", repetitions: " << options.repetitions
-            << "\n\n";
+        writeHead(out, options.seed, options.repetitions);
         runAll(out, options);
     } catch (std::exception const& error) {
         std::cerr << "benchmark: " << error.what() << '\n';
