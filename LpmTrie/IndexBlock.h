@@ -62,6 +62,25 @@ public:
             __builtin_prefetch(storage());
         }
     }
+    /**
+     * Fetches the nodes of `nodes` blocks of the next stride, from the block number `first` on, and
+     * the words of the one that comes `words` after them.
+     */
+    void fetchBelow(U32 first, U32 nodes, U32 words) const noexcept {
+        U32 const there = count(blocks());
+        if (there <= first) {
+            return;
+        }
+        auto const* const below = reinterpret_cast<IndexBlock const*>(storage() + firstBlock());
+        for (U32 i = first; i < std::min(first + nodes, there); ++i) {
+            below[i].fetchNodes();
+        }
+        if (first + nodes + words < there) {
+            below[first + nodes + words].fetchWords();
+        }
+    }
+    /** How many blocks of the next stride come before that for `slice`. */
+    U32 blockNumber(U32 slice) const noexcept { return countBelow(blocks(), slice); }
     /** The next stride's block that is there. */
     IndexBlock* block(U32 slice) const noexcept {
         // Blocks never fit into the block itself.

@@ -63,6 +63,9 @@ Node* Trie::skipDown(Insertion& insertion, Node* start, DescentCount& count) con
         return nullptr;
     }
     bool const again = reached->len() == newPrefix.len();
+    if (again && reached->fibRoute()) {
+        return nullptr;
+    }
     if (!again) {
         Node const* const child = reached->bitNode(newPrefix.bit(reached->len()));
         if (child != nullptr && (!child->eyeCatcherIntact() || child->covers(newPrefix))) {

@@ -13,6 +13,14 @@ namespace LpmTrie {
 
 using namespace Detail;
 
+namespace {
+
+// Blocks beside each other, in a walk.
+constexpr U32 nodesAhead = 4;
+constexpr U32 wordsAhead = 4;
+
+}  // namespace
+
 /** The block at `depth` along an address, or the deepest one above, at the path's end. */
 IndexBlock* TrieIndex::descend(U64 head, U32 depth) const noexcept {
     // Strides that the two addresses share wholly lead to the same block.
@@ -75,21 +83,13 @@ void TrieIndex::fetchAhead(Node const* node, Node const* next) const noexcept {
     if (depth == depthOf(node->headLen_) || next->index_ == 0) {
         return;
     }
-    // The walk enters a block: the one after it is fetched while this one is walked over.
+    // The walk enters a block. One of a few nodes is left sooner than memory answers, so that nodes
+    // are fetched some blocks ahead, and what names them still further.
     IndexBlock const& block = *descend(next->head_, depth);
-    block.fetchNodes();
-    if (block.blocks() != 0) {
-        block.block(static_cast<U32>(std::countr_zero(block.blocks())))->fetchNodes();
-    }
+    block.fetchBelow(0, nodesAhead, wordsAhead);
     IndexBlock const& above = *path_.blocks[depth - 1];
-    U64 const later = above.blocks() & ~U64{1} << sliceOf(next->head_, depth - 1);
-    if (later != 0) {
-        IndexBlock const* const beside = above.block(static_cast<U32>(std::countr_zero(later)));
-        beside->fetchNodes();
-        if ((later & (later - 1)) != 0) {
-            beside[1].fetchWords();
-        }
-    }
+    U32 const number = above.blockNumber(sliceOf(next->head_, depth - 1));
+    above.fetchBelow(number + nodesAhead, 1, wordsAhead);
 }
 
 void TrieIndex::add(Node* node) noexcept {

@@ -22,7 +22,7 @@ namespace LpmTrie {
 class TrieIndex {
 public:
     static constexpr U32 longest = 62;
-    static constexpr U32 mostIndexes = 4095;
+    static constexpr U16 mostIndexes = 4095;
     /** Routes from which on a trie keeps an index. */
     static std::atomic<U32> threshold;
 

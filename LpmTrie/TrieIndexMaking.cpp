@@ -19,7 +19,7 @@ constinit std::array<std::atomic<TrieIndex*>, TrieIndex::mostIndexes + 1> indexe
 /** Takes a number for `index`, 0 when there is none left. */
 U16 takeNumber(TrieIndex* index) noexcept {
     std::lock_guard const lock(numbersMutex);
-    for (U16 number = 1; number < indexes.size(); ++number) {
+    for (U16 number = 1; number <= TrieIndex::mostIndexes; ++number) {
         if (indexes[number].load(std::memory_order_relaxed) == nullptr) {
             indexes[number].store(index, std::memory_order_release);
             return number;

@@ -4,6 +4,9 @@
  * direction; the next node diverges from the prefix or is longer than it. The deepest partition
  * node passed is the candidate; the node at which the walk stops counts only when it covers the
  * prefix.
+ *
+ * With an index, the descent begins at the deepest node that the index knows to cover the prefix;
+ * those above are looked at side by side, and a broken one sends the search back to the root.
  */
 
 #include <LpmTrie/Module.h>
@@ -55,9 +58,17 @@ TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
     };
     Node* current = root_;
     Node* candidate = nullptr;
+    // The nodes that the index skips are checked as those that a descent passes.
+    auto const aliveUpwards = [](Node const* node) {
+        while (node != nullptr && node->eyeCatcherIntact()) {
+            node = node->parent_;
+        }
+        return node == nullptr;
+    };
     if (TrieIndex const* const index = usableIndex()) {
         auto const [deepest, marked] = index->find(prefix);
-        if (deepest != nullptr && deepest->covers(prefix)) {
+        index->fetchCovering();
+        if (deepest != nullptr && deepest->covers(prefix) && aliveUpwards(deepest->parent_)) {
             current = deepest;
             candidate = marked;
             while (candidate != nullptr && !isCandidate(candidate)) {
