@@ -1,6 +1,7 @@
 #include <LpmTrie/DescriptorText.h>
 #include <LpmTrie/LpmTrieNode.h>
 #include <LpmTrie/Module.h>
+#include <LpmTrie/TrieIndex.h>
 #include <Vexo/Sassert.h>
 
 #include <ostream>
@@ -23,7 +24,13 @@ Node::Node(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute, bo
       fibRoute_(fibRoute),
       prefixRef_(prefixRef),
       partitionId_(partitionId),
-      hwTable_(hwTable) {}
+      hwTable_(hwTable) {
+    if (prefixRef) {
+        Nimbal::IpGenPrefix const& prefix = prefixRef->prefix();
+        headLen_ = static_cast<U8>(std::min(prefix.len(), U32{longLen}));
+        head_ = prefix.head();
+    }
+}
 
 Node::~Node() {
     // Volatile both ways: the storage may be looked at after its object is gone, and an optimiser
@@ -35,6 +42,7 @@ Node::~Node() {
                             "virtual LpmTrie::Node::~Node()")
             .fail("Freeing invalid node:", static_cast<void const*>(this));
     }
+    indexLinkChanged();
     eyeCatcher = destroyedEyeCatcher;
     parent_ = nullptr;
     bitNode_ = {};
@@ -86,6 +94,14 @@ void Node::dump(U32 bit, U32 level, U32 socket) const {
     std::ostringstream line;
     line << (bit == 3 ? "root" : bit == 0 ? "bit0" : "bit1") << " [" << stringValue() << "]\n";
     printTo(socket, "%s", line.str().c_str());
+}
+
+void Node::tellIndexOfLink() noexcept {
+    TrieIndex::numbered(index_).giveUp();
+}
+
+void Node::tellIndexOfRole() noexcept {
+    TrieIndex::numbered(index_).roleChanged(this);
 }
 
 void Node::failEyeCatcher(char const* signature, unsigned line) const {

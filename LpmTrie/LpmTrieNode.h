@@ -3,15 +3,21 @@
 #include <LpmTrie/LpmTrieTypes.h>
 #include <LpmTrie/PrefixBits.h>
 #include <Nimbal/IpGenPrefixRef.h>
+#include <Vexo/SlabStorage.h>
 #include <Vexo/TrackedAllocation.h>
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <iosfwd>
 
 namespace LpmTrie {
 
 /** What a living node's eye catcher holds; a destroyed one's holds 0xBADBEEFF. */
 constexpr U32 TRIE_NODE_EYECATCHER = 0xBADBADBAU;
+
+using Vexo::U16;
+using Vexo::U64;
 
 /**
  * One vertex of the trie: a FIB route, the root of a partition, both, or an internal node that
@@ -23,10 +29,13 @@ constexpr U32 TRIE_NODE_EYECATCHER = 0xBADBADBAU;
  * `routeCount` counts the FIB routes of the subtree, the node included; `partitionRouteCount` those
  * of them with no partition node between them (included) and the node (excluded).
  *
+ * The prefix's length and first 64 address bits are kept in the node, so that a descent does not
+ * touch the holder.
+ *
  * Every change and every computed answer first asserts the eye catcher; plain reads do not. A
  * failed check ends the process. Not locked: whoever serialises the trie serialises its nodes.
  */
-class Node : public Vexo::TrackedAllocation<Node> {
+class Node : public Vexo::TrackedAllocation<Node, Vexo::SlabStorage> {
 public:
     Node(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute, bool partitionNode,
          PartitionId::Ptr const& partitionId, U32 hwTable) noexcept;
@@ -56,12 +65,18 @@ public:
     /** Prefix length in bits. */
     U32 len() const {
         checkEyeCatcher("U32 LpmTrie::Node::len() const");
-        return prefixRef_->prefix().len();
+        return headLen_ != longLen ? headLen_ : prefixRef_->prefix().len();
     }
     /** Number of leading bits that `prefix` shares with the node's prefix. */
     U32 commonLen(Nimbal::IpGenPrefix const& prefix) const {
         checkEyeCatcher("U32 LpmTrie::Node::commonLen(const Nimbal::IpGenPrefix&) const");
-        return commonPrefixLen(prefix, prefixRef_->prefix());
+        U32 const bound = std::min(prefix.len(), U32{headLen_});
+        U64 const difference = prefix.head() ^ head_;
+        if (bound > headBits && difference == 0) [[unlikely]] {
+            return commonPrefixLen(prefix, prefixRef_->prefix());
+        }
+        return difference == 0 ? bound
+                               : std::min(bound, static_cast<U32>(std::countl_zero(difference)));
     }
     /** Neither a partition node nor a FIB route. */
     bool internal() const {
@@ -79,18 +94,19 @@ public:
             pendingState_ = PendingState::createPartition_();
         }
         partitionNode_ = partitionNode;
+        indexRoleChanged();
     }
     void fibRouteIs(bool fibRoute) {
         checkEyeCatcher("void LpmTrie::Node::fibRouteIs(bool)");
         fibRoute_ = fibRoute;
     }
     void parentIs(Node* parent) {
-        checkEyeCatcher("void LpmTrie::Node::parentIs(LpmTrie::Node*)");
-        parent_ = parent;
+        linkParent(parent);
+        indexLinkChanged();
     }
     void bitNodeIs(U32 bit, Node* node) {
-        checkEyeCatcher("void LpmTrie::Node::bitNodeIs(U32, LpmTrie::Node*)");
-        bitNode_[bit] = node;
+        linkChild(bit, node);
+        indexLinkChanged();
     }
     void hwTableIs(U32 hwTable) {
         checkEyeCatcher("void LpmTrie::Node::hwTableIs(U32)");
@@ -104,6 +120,7 @@ public:
     void pendingStateIs(PendingState pendingState) {
         checkEyeCatcher("void LpmTrie::Node::pendingStateIs(LpmTrie::PendingState)");
         pendingState_ = pendingState;
+        indexRoleChanged();
     }
     void partitionRouteCountIs(U32 count) {
         checkEyeCatcher("void LpmTrie::Node::partitionRouteCountIs(U32)");
@@ -144,19 +161,64 @@ public:
     static Vexo::FwkType const fwkType_;
 
 private:
+    friend class Trie;
+    friend class TrieIndex;
+
     void checkEyeCatcher(char const* signature, unsigned line = __builtin_LINE()) const {
         if (eyeCatcher_ != TRIE_NODE_EYECATCHER) [[unlikely]] {
             failEyeCatcher(signature, line);
         }
     }
+    /** Alive, and its prefix covers `prefix`. */
+    bool covers(Nimbal::IpGenPrefix const& prefix) const {
+        return eyeCatcherIntact() && commonLen(prefix) == len();
+    }
+    bool eyeCatcherIntact() const noexcept { return eyeCatcher_ == TRIE_NODE_EYECATCHER; }
+    /** May count as a partition node in a look-up. */
+    bool partitionCandidate() const noexcept {
+        return partitionNode_ || pendingState_.removePartition();
+    }
+
+    /** Bit `position` of the prefix's address. */
+    U32 prefixBit(U32 position) const {
+        return position < headBits ? static_cast<U32>(head_ >> (headBits - 1 - position)) & 1U
+                                   : prefixRef_->prefix().bit(position);
+    }
+
+    // Links, without telling the index: for the trie's own operations, which do that themselves.
+    void linkParent(Node* parent) {
+        checkEyeCatcher("void LpmTrie::Node::parentIs(LpmTrie::Node*)");
+        parent_ = parent;
+    }
+    void linkChild(U32 bit, Node* node) {
+        checkEyeCatcher("void LpmTrie::Node::bitNodeIs(U32, LpmTrie::Node*)");
+        bitNode_[bit] = node;
+    }
+    // An index that knows this node hears of what its owner does by hand.
+    void indexLinkChanged() noexcept {
+        if (index_ != 0) [[unlikely]] {
+            tellIndexOfLink();
+        }
+    }
+    void indexRoleChanged() noexcept {
+        if (index_ != 0) [[unlikely]] {
+            tellIndexOfRole();
+        }
+    }
+    [[gnu::noinline]] void tellIndexOfLink() noexcept;
+    [[gnu::noinline]] void tellIndexOfRole() noexcept;
     [[noreturn, gnu::cold]] void failEyeCatcher(char const* signature, unsigned line) const;
     [[noreturn, gnu::cold]] void failPending() const;
     [[noreturn, gnu::cold]] void failRouteCount(U32 decr) const;
     [[noreturn, gnu::cold]] void failPartitionRouteCount(U32 decr) const;
 
+    static constexpr U8 longLen = 255;  // stands for lengths that must be read from the holder
+    static constexpr U32 headBits = 64;
+
     U32 eyeCatcher_ = TRIE_NODE_EYECATCHER;
     bool partitionNode_;
     bool fibRoute_;
+    U8 headLen_ = longLen;  // the prefix's length
     U32 routeCount_ = 0;
     U32 partitionRouteCount_ = 0;
     Node* parent_ = nullptr;
@@ -164,7 +226,9 @@ private:
     Vexo::Ptr<Nimbal::IpGenPrefixRef> prefixRef_;
     PartitionId::Ptr partitionId_;
     PendingState pendingState_;
+    U16 index_ = 0;  // the number of the index that knows this node, 0 when none does
     U32 hwTable_;
+    U64 head_ = 0;  // the prefix's first bits
 };
 
 /** The node's text, or "(nil)". */

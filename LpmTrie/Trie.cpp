@@ -1,8 +1,11 @@
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
 #include <LpmTrie/TrieHooks.h>
+#include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
+
+Trie::Trie(U32 vrfId) noexcept : vrfId_(vrfId) {}
 
 Trie::Ptr Trie::TrieIs(U32 vrfId) {
     Ptr trie(new Trie(vrfId));
@@ -54,15 +57,49 @@ void Trie::freeNode(Node* node) noexcept {
     deallocateNode(node);
 }
 
+/** The index, when there is one that may lead a search. */
+TrieIndex const* Trie::usableIndex() const noexcept {
+    bool const usable = index_ != nullptr && index_->ready() && !plainSearch_ &&
+                        !Detail::trace.levelOn(7) && !Detail::trace.levelOn(8);
+    return usable ? index_.get() : nullptr;
+}
+
+/** Makes an index when the trie has become large enough for one. */
+void Trie::keepIndex() {
+    U32 const routes = root_->routeCount();
+    if (index_ == nullptr && routes >= TrieIndex::threshold.load(std::memory_order_relaxed) &&
+        routes / 2 >= indexTriedAt_) [[unlikely]] {
+        index_ = TrieIndex::of(root_, af_);
+        indexTriedAt_ = routes;
+    }
+}
+
+/** Whose root has been set by hand goes without an index until it has been empty. */
+void Trie::giveIndexUp() noexcept {
+    index_->giveUp();
+}
+
+void Trie::indexAdd(Node* node) noexcept {
+    if (index_ != nullptr) {
+        index_->add(node);
+    }
+}
+
+void Trie::indexDel(Node* node) noexcept {
+    if (index_ != nullptr) {
+        index_->del(node);
+    }
+}
+
 /** Hangs `node` under `parent`, or makes it the root; the only place where such a link is made. */
 void Trie::hangUnder(Node* parent, U32 bit, Node* node) {
     if (node != nullptr) {
-        node->parentIs(parent);
+        node->linkParent(parent);
     }
     if (parent == nullptr) {
-        rootIs(node);
+        root_ = node;
     } else {
-        parent->bitNodeIs(bit, node);
+        parent->linkChild(bit, node);
     }
 }
 

@@ -4,7 +4,11 @@
 #include <LpmTrie/NodesInfo.h>
 #include <LpmTrie/ReturnCodes.h>
 
+#include <memory>
+
 namespace LpmTrie {
+
+class TrieIndex;
 
 /**
  * One trie of the prefixes of one address family and one routing instance, divided into partitions.
@@ -26,7 +30,7 @@ class Trie : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Trie> {
 public:
     using Ptr = Vexo::Ptr<Trie>;
 
-    explicit Trie(U32 vrfId) noexcept : vrfId_(vrfId) {}
+    explicit Trie(U32 vrfId) noexcept;
     /** A new, empty trie with notification on. */
     static Ptr TrieIs(U32 vrfId);
 
@@ -90,7 +94,12 @@ public:
     void afIs(Nimbal::AddressFamily af) noexcept { af_ = af; }
     Node* root() const noexcept { return root_; }
     /** Sets the root without any check or counter work. */
-    void rootIs(Node* root) noexcept { root_ = root; }
+    void rootIs(Node* root) noexcept {
+        root_ = root;
+        if (index_ != nullptr) [[unlikely]] {
+            giveIndexUp();
+        }
+    }
 
     // Insertion's last step and the route counters.
 
@@ -207,6 +216,7 @@ private:
     class DescentCount;
     class HookCall;
     class HookErrors;
+    class PlainSearch;
 
     Node* makeNode(Nimbal::IpGenPrefix const& prefix, bool fibRoute, bool partitionNode,
                    PartitionId::Ptr const& partitionId, U32 hwTable);
@@ -214,7 +224,14 @@ private:
     void freeNode(Node* node) noexcept;
     void hangUnder(Node* parent, U32 bit, Node* node);
 
-    Node* place(Insertion const& insertion, HookErrors& errors);
+    TrieIndex const* usableIndex() const noexcept;
+    void keepIndex();
+    void giveIndexUp() noexcept;
+    void indexAdd(Node* node) noexcept;
+    void indexDel(Node* node) noexcept;
+
+    Node* place(Insertion& insertion, HookErrors& errors);
+    Node* skipDown(Insertion& insertion, Node* start, DescentCount& count) const;
     Node* placeRoot(Insertion const& insertion, HookErrors& errors);
     Node* placeChild(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);
     Node* placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
@@ -225,6 +242,7 @@ private:
     void giveRole(Node* node, bool fibRoute, Node* fromPartitionNode, bool partitionNode,
                   bool newNode, HookErrors& errors);
 
+    void fetchForRemoval(Node const* node) const noexcept;
     void compact(Node* node);
     void callMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32 oldHwTable);
     void report(Node* node, PartitionId::Ptr const& oldPartitionId,
@@ -246,12 +264,17 @@ private:
 
     void verifyShape(Node* current);
     void verifyCounters(Node* current);
+    void verifyIndex(Node* current);
+    void verifyIndexSize(U64 nodes);
 
     U32 const vrfId_;
     U32 dumpLimit_ = 200000;
     Nimbal::AddressFamily af_ = Nimbal::AddressFamily::none;
     Node* root_ = nullptr;
     bool hookRunning_ = false;
+    bool plainSearch_ = false;
+    U32 indexTriedAt_ = 0;  // routes when an index could not be made
+    std::unique_ptr<TrieIndex> index_;
 };
 
 /** A new, empty trie with notification on. */

@@ -23,6 +23,20 @@ private:
     bool const before_;
 };
 
+/** While it lives, searches go step by step from the root, as a check of the links must. */
+class Trie::PlainSearch {
+public:
+    explicit PlainSearch(Trie& trie) noexcept
+        : trie_(trie), before_(std::exchange(trie.plainSearch_, true)) {}
+    PlainSearch(PlainSearch const&) = delete;
+    PlainSearch& operator=(PlainSearch const&) = delete;
+    ~PlainSearch() { trie_.plainSearch_ = before_; }
+
+private:
+    Trie& trie_;
+    bool const before_;
+};
+
 /**
  * The first exception of the hooks that one operation calls, kept until the operation is complete.
  */

@@ -17,7 +17,9 @@
 #include <LpmTrie/Module.h>
 #include <LpmTrie/PrefixBits.h>
 #include <LpmTrie/Trie.h>
+#include <LpmTrie/TrieDescent.h>
 #include <LpmTrie/TrieHooks.h>
+#include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
 
@@ -26,43 +28,6 @@ constexpr char const* signature =
     "virtual LpmTrie::TrieReturnCode LpmTrie::Trie::insert(const Nimbal::IpGenPrefix&, "
     "LpmTrie::Node*, bool, bool, const Ptr&, U32)";
 }
-
-/** The arguments of one insertion. */
-struct Trie::Insertion {
-    Nimbal::IpGenPrefix const& newPrefix;
-    Node* fromPartitionNode;
-    bool fibRoute;
-    bool partitionNode;
-    PartitionId::Ptr const& partitionId;
-    U32 hwTable;
-};
-
-/** The route counts of the way down, taken back when the insertion fails after all. */
-class Trie::DescentCount {
-public:
-    DescentCount(Node* start, bool counting) noexcept : start_(start), counting_(counting) {}
-    DescentCount(DescentCount const&) = delete;
-    DescentCount& operator=(DescentCount const&) = delete;
-    ~DescentCount() {
-        for (Node* node = last_; node != nullptr;
-             node = node == start_ ? nullptr : node->parent()) {
-            node->routeCountDec(1);
-        }
-    }
-
-    void passed(Node* node) {
-        if (counting_) {
-            node->routeCountInc(1);
-            last_ = node;
-        }
-    }
-    void keep() noexcept { last_ = nullptr; }
-
-private:
-    Node* const start_;
-    bool const counting_;
-    Node* last_ = nullptr;
-};
 
 TrieReturnCode Trie::insertFromRoot(Nimbal::IpGenPrefix const& newPrefix, bool fibRoute,
                                     bool partitionNode, PartitionId::Ptr const& partitionId,
@@ -80,15 +45,18 @@ TrieReturnCode Trie::insert(Nimbal::IpGenPrefix const& newPrefix, Node* fromPart
     LPM_SASSERT(af() == newPrefix.af(), "Trie af:", af(), " newPrefix:", newPrefix.af());
     LPM_SASSERT(fibRoute || partitionNode, "fibRoute:", fibRoute,
                 " partitionNode:", partitionNode);
-    Insertion const insertion{newPrefix,     fromPartitionNode, fibRoute,
-                              partitionNode, partitionId,       hwTable};
+    Insertion insertion{newPrefix,     fromPartitionNode, fibRoute,
+                        partitionNode, partitionId,       hwTable};
+    if (root_ != nullptr) {
+        keepIndex();
+    }
     HookErrors errors;
     Node* const node = root_ == nullptr ? placeRoot(insertion, errors) : place(insertion, errors);
     errors.rethrow();
     return setTrieRc(node, partitionNode ? node : nullptr);
 }
 
-Node* Trie::place(Insertion const& insertion, HookErrors& errors) {
+Node* Trie::place(Insertion& insertion, HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     Node* const fromPartitionNode = insertion.fromPartitionNode;
     Node* current = fromPartitionNode != nullptr ? fromPartitionNode : root_;
@@ -96,6 +64,10 @@ Node* Trie::place(Insertion const& insertion, HookErrors& errors) {
     LPM_SASSERT(fromPartitionNode == nullptr || commonLen == fromPartitionNode->len(),
                 " start node ", fromPartitionNode, " does not cover prefix ", newPrefix);
     DescentCount count(current, insertion.fibRoute);
+    if (Node* const reached = skipDown(insertion, current, count)) {
+        current = reached;
+        commonLen = current->len();
+    }
     U32 bit = 0;
     while (commonLen == current->len()) {
         if (commonLen == newPrefix.len()) {
@@ -126,6 +98,8 @@ Node* Trie::placeRoot(Insertion const& insertion, HookErrors& errors) {
     Node* const fromPartitionNode = insertion.fromPartitionNode;
     LPM_SASSERT(fromPartitionNode == 0, " fromPartitionNode:",
                 static_cast<void const*>(fromPartitionNode));
+    index_ = nullptr;
+    indexTriedAt_ = 0;
     hangUnder(nullptr, 0, makeNode(insertion));
     LPM_TRACE(7, "created root ", root_);
     giveRole(root_, insertion, true, errors);
@@ -152,6 +126,7 @@ Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit, HookE
     }
     Node* const newNode = makeNode(insertion);
     hangUnder(current, bit, newNode);
+    indexAdd(newNode);
     LPM_TRACE(7, " created plain child ", newNode, " bit ", bit, " at ", current);
     giveRole(newNode, insertion, true, errors);
     return newNode;
@@ -159,13 +134,14 @@ Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit, HookE
 
 Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
-    U32 const currentBit = current->prefixRef()->prefix().bit(newPrefix.len());
+    U32 const currentBit = current->prefixBit(newPrefix.len());
     Node* const newNode = makeNode(insertion);
     hangUnder(current->parent(), bit, newNode);
-    newNode->bitNodeIs(currentBit, current);
+    newNode->linkChild(currentBit, current);
     LPM_TRACE(7, "New node ", newPrefix, " is new parent of current node ", current, " bit ",
               currentBit);
-    current->parentIs(newNode);
+    current->linkParent(newNode);
+    indexAdd(newNode);
     // The new node's own route is not counted here: its role does that.
     newNode->routeCountInc(current->routeCount());
     if (!current->partitionNode()) {
@@ -181,7 +157,7 @@ Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 
     Nimbal::IpGenPrefix const intPrefix = prefixFromLen(newPrefix, commonLen);
     LPM_TRACE(7, "Need internal node ", intPrefix, " for new node ", newPrefix,
               " and current node ", current);
-    U32 const currentBit = current->prefixRef()->prefix().bit(commonLen);
+    U32 const currentBit = current->prefixBit(commonLen);
     U32 const aboveTable = current->parent() != nullptr ? current->parent()->hwTable() : 0;
     Node* const newNode = makeNode(insertion);
     Node* intNode = nullptr;
@@ -196,9 +172,14 @@ Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 
     hangUnder(current->parent(), bit, intNode);
     hangUnder(intNode, currentBit, current);
     hangUnder(intNode, 1 - currentBit, newNode);
+    indexAdd(intNode);
+    indexAdd(newNode);
     intNode->routeCountInc(current->routeCount() + (insertion.fibRoute ? 1 : 0));
     if (!current->partitionNode()) {
         intNode->partitionRouteCountInc(current->partitionRouteCount());
+    }
+    if (insertion.counted) {
+        intNode->partitionRouteCountInc(1);
     }
     giveRole(newNode, insertion, true, errors);
     LPM_TRACE(7, " created int node ", intNode);
@@ -212,6 +193,12 @@ Node* Trie::makeNode(Insertion const& insertion) {
 }
 
 void Trie::giveRole(Node* node, Insertion const& insertion, bool newNode, HookErrors& errors) {
+    if (insertion.counted) {
+        node->fibRouteIs(true);
+        node->partitionRouteCountInc(1);
+        node->routeCountInc(1);
+        return;
+    }
     giveRole(node, insertion.fibRoute, insertion.fromPartitionNode, insertion.partitionNode,
              newNode, errors);
 }

@@ -4,10 +4,14 @@
  * direction; the next node diverges from the prefix or is longer than it. The deepest partition
  * node passed is the candidate; the node at which the walk stops counts only when it covers the
  * prefix.
+ *
+ * With an index, the descent begins at the deepest node that the index knows to cover the prefix;
+ * those above are looked at side by side, and a broken one sends the search back to the root.
  */
 
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
+#include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
 
@@ -48,15 +52,36 @@ TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
     if (root_ == nullptr) {
         return {};
     }
-    U32 commonLen = root_->commonLen(prefix);
-    if (commonLen != root_->len()) {
-        return {root_, nullptr, nullptr, false};
-    }
+    auto const isCandidate = [&](Node const* node) {
+        return node->partitionNode() ||
+               (includePendingRmPartition && node->pendingState().removePartition());
+    };
     Node* current = root_;
     Node* candidate = nullptr;
+    // The nodes that the index skips are checked as those that a descent passes.
+    auto const aliveUpwards = [](Node const* node) {
+        while (node != nullptr && node->eyeCatcherIntact()) {
+            node = node->parent_;
+        }
+        return node == nullptr;
+    };
+    if (TrieIndex const* const index = usableIndex()) {
+        auto const [deepest, marked] = index->find(prefix);
+        index->fetchCovering();
+        if (deepest != nullptr && deepest->covers(prefix) && aliveUpwards(deepest->parent_)) {
+            current = deepest;
+            candidate = marked;
+            while (candidate != nullptr && !isCandidate(candidate)) {
+                candidate = candidate->parent();
+            }
+        }
+    }
+    U32 commonLen = current->commonLen(prefix);
+    if (commonLen != current->len()) {
+        return {current, nullptr, nullptr, false};
+    }
     for (;;) {
-        if (current->partitionNode() ||
-            (includePendingRmPartition && current->pendingState().removePartition())) {
+        if (isCandidate(current)) {
             candidate = current;
         }
         if (commonLen == prefix.len()) {

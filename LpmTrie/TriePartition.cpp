@@ -18,6 +18,7 @@
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
 #include <LpmTrie/TrieHooks.h>
+#include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
 
@@ -48,13 +49,22 @@ Node const* nextInPartition(Node const* top, Node const* node) {
     return nullptr;
 }
 
-/** Routes that a re-labelling from `top` can report, its own included. */
-std::size_t routesOf(Node const* top) {
+/**
+ * Routes that a re-labelling from `top` can report, its own included. Their holders, which the
+ * records are going to share, are fetched into the cache on the way.
+ */
+std::size_t routesOf(Node const* top, TrieIndex const* index) {
     std::size_t routes = 0;
-    for (Node const* node = top; node != nullptr; node = nextInPartition(top, node)) {
+    for (Node const* node = top; node != nullptr;) {
         if (node->fibRoute()) {
             ++routes;
+            __builtin_prefetch(node->prefixRef().get(), 1);
         }
+        Node const* const next = nextInPartition(top, node);
+        if (index != nullptr && next != nullptr && next->parent() != nullptr) {
+            index->fetchAhead(next->parent(), next);
+        }
+        node = next;
     }
     return routes;
 }
@@ -63,9 +73,11 @@ std::size_t routesOf(Node const* top) {
  * Makes room for the records of one node's routes, and of another's if given. Throws
  * std::bad_alloc.
  */
-void reserveRecords(TrieNodesInfo::Ptr const& movedNodes, Node const* top, Node const* other) {
+void reserveRecords(TrieNodesInfo::Ptr const& movedNodes, Node const* top, Node const* other,
+                    TrieIndex const* index) {
     if (movedNodes) {
-        movedNodes->nodeInfoReserve(routesOf(top) + (other != nullptr ? routesOf(other) : 0));
+        movedNodes->nodeInfoReserve(routesOf(top, index) +
+                                    (other != nullptr ? routesOf(other, index) : 0));
     }
 }
 
@@ -125,7 +137,7 @@ void Trie::updatePartitionId(Node* fromNode, TrieNodesInfo::Ptr const& movedNode
     static constexpr char const* signature = relabelSignature;
     LPM_ASSERT_NOT_IN_HOOK();
     HookErrors errors;
-    reserveRecords(movedNodes, fromNode, nullptr);
+    reserveRecords(movedNodes, fromNode, nullptr, usableIndex());
     relabel(fromNode, movedNodes, errors);
     errors.rethrow();
 }
@@ -155,7 +167,7 @@ void Trie::updateNewPartition(Node* partitionNode, TrieNodesInfo::Ptr const& mov
     static constexpr char const* signature = startSignature;
     LPM_ASSERT_NOT_IN_HOOK();
     HookErrors errors;
-    reserveRecords(movedNodes, partitionNode, nullptr);
+    reserveRecords(movedNodes, partitionNode, nullptr, usableIndex());
     startPartition(partitionNode, movedNodes, newNode, errors);
     errors.rethrow();
 }
@@ -201,7 +213,8 @@ void Trie::mergePartition(Node* fromPartitionNode, Node* toPartitionNode,
                     "toPartitionNode:", toPartitionNode, " id:", toPartitionId.get());
     }
     HookErrors errors;
-    reserveRecords(movedNodes, fromPartitionNode, createHere ? toPartitionNode : nullptr);
+    reserveRecords(movedNodes, fromPartitionNode, createHere ? toPartitionNode : nullptr,
+                   usableIndex());
     if (createHere) {
         createForMerge(toPartitionNode, toPartitionId, movedNodes, errors);
     }

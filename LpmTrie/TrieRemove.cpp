@@ -9,6 +9,7 @@
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
 #include <LpmTrie/TrieHooks.h>
+#include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
 
@@ -27,7 +28,11 @@ TrieNodeReturnCode Trie::remove(Nimbal::IpGenPrefix const& prefix) {
         return {};
     }
     Node* const node = findPartitionNode(prefix, true).node();
-    if (node == nullptr || node->prefixRef()->prefix() != prefix) {
+    if (node == nullptr) {
+        return {};
+    }
+    fetchForRemoval(node);
+    if (node->prefixRef()->prefix() != prefix) {
         return {};
     }
     return removeNode(node, false);
@@ -57,6 +62,20 @@ TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
     return {nullptr, true};
 }
 
+/** Fetches what the removal of the node found last will touch into the cache, side by side. */
+void Trie::fetchForRemoval(Node const* node) const noexcept {
+    TrieIndex const* const index = usableIndex();
+    if (index == nullptr) {
+        return;
+    }
+    __builtin_prefetch(node->prefixRef_.get(), 1);
+    index->fetchCovering();
+    if (Node const* const parent = node->parent_; parent != nullptr) {
+        __builtin_prefetch(parent->prefixRef_.get(), 1);
+        prefetchNode(parent->bitNode_[parent->bitNode_[0] == node ? 1 : 0]);
+    }
+}
+
 void Trie::compact(Node* node) {
     static constexpr char const* signature = removeNodeSignature;
     while (node->internal() && !node->pendingState().removePartition()) {
@@ -69,7 +88,7 @@ void Trie::compact(Node* node) {
         if (child != nullptr) {
             LPM_TRACE(7, " reparent child ", child, " from node ", node, ", bit ", childBit, " to ",
                       parent);
-            child->parentIs(parent);
+            child->linkParent(parent);
         }
         U32 parentBit = 0;
         if (parent != nullptr) {
@@ -78,6 +97,7 @@ void Trie::compact(Node* node) {
             LPM_SASSERT(parent->bitNode( parentBit ) == node, " node:", node, " parent:", parent);
         }
         hangUnder(parent, parentBit, child);
+        indexDel(node);
         freeNode(node);
         if (parent == nullptr) {
             return;

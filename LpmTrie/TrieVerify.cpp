@@ -12,6 +12,8 @@
 
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
+#include <LpmTrie/TrieHooks.h>
+#include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
 
@@ -22,16 +24,19 @@ constexpr char const* verifySignature = "virtual void LpmTrie::Trie::verify()";
 void Trie::verify() {
     LPM_TRACE(8, verifySignature);
     U32 level = 0;
-    for (Node* current = root_; current != nullptr;) {
+    U64 nodes = 0;
+    for (Node* current = root_; current != nullptr; ++nodes) {
         verifyShape(current);
         if (current->partitionNode()) {
             verifyPartition(current);
         }
         verifyCounters(current);
+        verifyIndex(current);
         auto const step = preorderNextNode(nullptr, current, level, false, false);
         current = step.node();
         level = step.level;
     }
+    verifyIndexSize(nodes);
 }
 
 /** A node against its parent. */
@@ -75,6 +80,23 @@ void Trie::verifyCounters(Node* current) {
                 " child 0:", current->bitNode(0), " child 1:", current->bitNode(1));
 }
 
+/** The index leads to this very node, if there is an index. */
+void Trie::verifyIndex(Node* current) {
+    static constexpr char const* signature = verifySignature;
+    if (index_ != nullptr && index_->ready()) {
+        LPM_SASSERT(index_->knows( current ), " not in the index: ", current);
+    }
+}
+
+/** The index leads to no node beside those `nodes`. */
+void Trie::verifyIndexSize(U64 nodes) {
+    static constexpr char const* signature = verifySignature;
+    if (index_ != nullptr && index_->ready()) {
+        LPM_SASSERT(index_->nodeCount() <= nodes, " in the index: ", index_->nodeCount(),
+                    " in the trie: ", nodes);
+    }
+}
+
 void Trie::verifyPartition(Node* node) {
     static constexpr char const* signature =
         "virtual void LpmTrie::Trie::verifyPartition(LpmTrie::Node*)";
@@ -103,6 +125,7 @@ void Trie::verifyFibRoute(Node* node, Node* partitionNode) {
     static constexpr char const* signature =
         "virtual void LpmTrie::Trie::verifyFibRoute(LpmTrie::Node*, LpmTrie::Node*)";
     LPM_TRACE(8, signature, " node ", node, " partitionNode ", partitionNode);
+    PlainSearch const plain(*this);
     TrieReturnCode const trieRc = findPartitionNode(node->prefixRef()->prefix(), false);
     LPM_SASSERT(trieRc.node(), " node ", trieRc.node());
     LPM_SASSERT(trieRc.partitionNode(), " partitionNode ", trieRc.partitionNode());

@@ -8,6 +8,7 @@
 
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
+#include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
 
@@ -30,9 +31,17 @@ TrieTraversalReturnCode Trie::preorderNextNode(Node* stopNode, Node* startNode, 
         return child != nullptr && !(stopAtPartitionNode && child->partitionNode()) &&
                !(stopAtFibRoute && child->fibRoute());
     };
+    TrieIndex const* const index = usableIndex();
+    auto const stepTo = [&](Node* parent, U32 bit, U32 stepLevel) -> TrieTraversalReturnCode {
+        Node* const next = parent->bitNode(bit);
+        if (index != nullptr) {
+            index->fetchAhead(parent, next);
+        }
+        return {next, bit, stepLevel};
+    };
     for (U32 bit = 0; bit <= 1; ++bit) {
         if (eligible(startNode->bitNode(bit))) {
-            return {startNode->bitNode(bit), bit, level + 1};
+            return stepTo(startNode, bit, level + 1);
         }
     }
     Node* current = startNode;
@@ -42,7 +51,7 @@ TrieTraversalReturnCode Trie::preorderNextNode(Node* stopNode, Node* startNode, 
             return {nullptr, noBit, level - 1};
         }
         if (current == parent->bitNode(0) && eligible(parent->bitNode(1))) {
-            return {parent->bitNode(1), 1, level};
+            return stepTo(parent, 1, level);
         }
         current = parent;
         --level;

@@ -60,6 +60,8 @@ public:
         return (U32{address_[at]} << 24) | (U32{address_[at + 1]} << 16) |
                (U32{address_[at + 2]} << 8) | address_[at + 3];
     }
+    /** The first 64 bits of the address, as a number. */
+    constexpr Vexo::U64 head() const noexcept { return Vexo::U64{word(0)} << 32 | word(1); }
     /**
      * Bit `position` of the address, 0 the most significant one. RangeException for 128 and more.
      */

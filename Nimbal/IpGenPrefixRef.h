@@ -2,6 +2,7 @@
 
 #include <Nimbal/IpGenPrefix.h>
 #include <Vexo/Ptr.h>
+#include <Vexo/SlabStorage.h>
 #include <Vexo/Strep.h>
 #include <Vexo/TrackedAllocation.h>
 
@@ -10,7 +11,8 @@
 namespace Nimbal {
 
 /** Counted holder of one prefix, shared by a trie's node and the records that name it. Constant. */
-class IpGenPrefixRef : public Vexo::PtrInterface, public Vexo::TrackedAllocation<IpGenPrefixRef> {
+class IpGenPrefixRef : public Vexo::PtrInterface,
+                       public Vexo::TrackedAllocation<IpGenPrefixRef, Vexo::SlabStorage> {
 public:
     using Ptr = Vexo::Ptr<IpGenPrefixRef>;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Vexo/FwkType.h>
+#include <Vexo/SingleThread.h>
 #include <Vexo/Types.h>
 
 #include <atomic>
@@ -40,15 +41,22 @@ public:
         if (!listed_.load(std::memory_order_acquire)) [[unlikely]] {
             list();
         }
-        allocations_.fetch_add(1, std::memory_order_relaxed);
-        bytesAllocated_.fetch_add(bytes, std::memory_order_relaxed);
+        add(allocations_, 1, std::memory_order_relaxed);
+        add(bytesAllocated_, bytes, std::memory_order_relaxed);
     }
     void released(std::size_t bytes) noexcept {
-        releases_.fetch_add(1, std::memory_order_release);
-        bytesReleased_.fetch_add(bytes, std::memory_order_release);
+        add(releases_, 1, std::memory_order_release);
+        add(bytesReleased_, bytes, std::memory_order_release);
     }
 
 private:
+    static void add(std::atomic<U64>& count, U64 value, std::memory_order order) noexcept {
+        if (singleThread()) {
+            count.store(count.load(std::memory_order_relaxed) + value, order);
+        } else {
+            count.fetch_add(value, order);
+        }
+    }
     [[gnu::cold, gnu::noinline]] void list() noexcept;
 
     FwkType const* type_;
@@ -81,16 +89,26 @@ void releaseAlignedStorage(void* storage, std::align_val_t alignment) noexcept;
 
 }  // namespace Detail
 
+/** Storage from the global operators. */
+class HeapStorage {
+public:
+    static void* allocate(std::size_t bytes) { return ::operator new(bytes); }
+    static void release(void* storage, std::size_t /*bytes*/) noexcept {
+        ::operator delete(storage);
+    }
+};
+
 /**
  * Base that gives a class tracked `new` and `delete`. Classes derived from T are recorded under T
  * with their own size. T names itself by a constant `T::fwkType_`. If a constructor throws, the
  * language calls the matching delete, so the record is right again before the exception leaves.
+ * `Storage` is where objects come from that need no boundary of their own.
  */
-template <class T>
+template <class T, class Storage = HeapStorage>
 class TrackedAllocation {
 public:
     static void* operator new(std::size_t bytes) {
-        void* const storage = ::operator new(bytes);
+        void* const storage = Storage::allocate(bytes);
         record_.allocated(bytes);
         return storage;
     }
@@ -102,7 +120,7 @@ public:
     static void* operator new(std::size_t, void* place) noexcept { return place; }
     static void operator delete(void* storage, std::size_t bytes) noexcept {
         record_.released(bytes);
-        ::operator delete(storage);
+        Storage::release(storage, bytes);
     }
     // Without the size: g++ and clang++ find no delete that takes it when a constructor throws.
     static void operator delete(void* storage, std::align_val_t alignment) noexcept {

@@ -1,5 +1,7 @@
 #include <tests/Support/AllocationFailure.h>
 
+#include <Vexo/SlabStorage.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -43,6 +45,12 @@ void* allocate(std::size_t bytes, std::align_val_t alignment) noexcept {
     }
     return std::aligned_alloc(unit, (std::max(bytes, std::size_t{1}) + unit - 1) / unit * unit);
 }
+
+/** An allocation from slots is one from the operators new for what is counted and made to fail. */
+[[maybe_unused]] bool const slotsWatched = [] {
+    Vexo::SlabStorage::watcherIs([] { ::operator delete(::operator new(1)); });
+    return true;
+}();
 
 void* orThrow(void* storage) {
     if (storage == nullptr) {

@@ -1,0 +1,152 @@
+#pragma once
+
+#include <LpmTrie/LpmTrieNode.h>
+
+namespace LpmTrie {
+
+/** Fetches a node's links and counters into the cache; null and broken pointers do no harm. */
+inline void prefetchNode(Node const* node) noexcept {
+    __builtin_prefetch(node, 1);
+    __builtin_prefetch(reinterpret_cast<char const*>(node) + sizeof(Node) / 2, 1);
+}
+
+/**
+ * The nodes whose lengths lie in one stride of six, below one prefix of the stride's first length:
+ * at most 63 of them, each with a place of its own. A node that is d bits longer than the stride's
+ * beginning, and has the number p in these d bits, has the place 2^d + p; so those that cover an
+ * address are one place for each d, and the longest is the highest place.
+ *
+ *   lengths 16 to 21 below 10.1.0.0/16:   10.1.0.0/16    d 0, p 0      place 1
+ *                                         10.1.128.0/17  d 1, p 1      place 3
+ *                                         10.1.96.0/19   d 3, p 3      place 11
+ *
+ * Bits tell which places are taken and which of the 64 blocks of the next stride are there. What
+ * stands behind them is packed in one piece of storage: the word of marked places, when there are
+ * any, the blocks, the nodes, each in order. A piece of one word is kept in the block itself, so a
+ * lone node costs nothing more. A block is moved by copying its bytes.
+ */
+class IndexBlock {
+public:
+    static constexpr U32 stride = 6;
+
+    /** The places that cover an address whose bits in the stride are `slice`. */
+    static U64 covering(U32 slice) noexcept { return covering_[slice]; }
+    /** The places of nodes at most `depth` bits longer than the stride's beginning. */
+    static constexpr U64 upTo(U32 depth) noexcept {
+        return depth >= stride - 1 ? ~U64{0} : (U64{1} << (U32{2} << depth)) - 1;
+    }
+    static constexpr U32 highest(U64 places) noexcept {
+        return 63 - static_cast<U32>(std::countl_zero(places));
+    }
+
+    U64 places() const noexcept { return bits_.places & ~hasMarks; }
+    U64 marks() const noexcept { return (bits_.places & hasMarks) != 0 ? storage()[0] : 0; }
+    bool empty() const noexcept { return bits_.places == 0 && bits_.blocks == 0; }
+
+    /** Which blocks of the next stride are there, a bit for each. */
+    U64 blocks() const noexcept { return bits_.blocks; }
+    /** The node at a place that is taken. */
+    Node* node(U32 place) const noexcept {
+        return reinterpret_cast<Node*>(words()[firstNode() + countBelow(places(), place)]);
+    }
+    /** Fetches all nodes into the cache, side by side. */
+    void fetchNodes() const noexcept {
+        U64 const* const words = this->words() + firstNode();
+        for (U32 i = count(places()); i-- > 0;) {
+            prefetchNode(reinterpret_cast<Node const*>(words[i]));
+        }
+    }
+    /** Fetches what a look at the nodes has to read. */
+    void fetchWords() const noexcept {
+        if (!inside()) {
+            __builtin_prefetch(storage());
+        }
+    }
+    /**
+     * Fetches the nodes of `nodes` blocks of the next stride, from the block number `first` on, and
+     * the words of the one that comes `words` after them.
+     */
+    void fetchBelow(U32 first, U32 nodes, U32 words) const noexcept {
+        U32 const there = count(blocks());
+        if (there <= first) {
+            return;
+        }
+        auto const* const below = reinterpret_cast<IndexBlock const*>(storage() + firstBlock());
+        for (U32 i = first; i < std::min(first + nodes, there); ++i) {
+            below[i].fetchNodes();
+        }
+        if (first + nodes + words < there) {
+            below[first + nodes + words].fetchWords();
+        }
+    }
+    /** How many blocks of the next stride come before that for `slice`. */
+    U32 blockNumber(U32 slice) const noexcept { return countBelow(blocks(), slice); }
+    /** The next stride's block that is there. */
+    IndexBlock* block(U32 slice) const noexcept {
+        // Blocks never fit into the block itself.
+        return reinterpret_cast<IndexBlock*>(storage() + firstBlock()) +
+               countBelow(bits_.blocks, slice);
+    }
+
+    // Changes. Those that may need storage throw std::bad_alloc, and change nothing then.
+
+    void nodeIs(U32 place, Node* node);
+    void nodeDel(U32 place);
+    void markIs(U32 place, bool marked);
+    /** Makes an empty block that is not there yet. */
+    IndexBlock* blockIs(U32 slice);
+    void blockDel(U32 slice);
+    /** Gives the storage back and forgets all; the blocks below must have been cleared. */
+    void clear() noexcept;
+
+private:
+    static constexpr U64 hasMarks = 1;  // place 0 does not exist
+    static constexpr U32 blockWords = 3;
+
+    static constexpr std::array<U64, 64> coveringPlaces() noexcept {
+        std::array<U64, 64> places{};
+        for (U32 slice = 0; slice < 64; ++slice) {
+            for (U32 place = (64 + slice) / 2; place != 0; place /= 2) {
+                places[slice] |= U64{1} << place;
+            }
+        }
+        return places;
+    }
+    static std::array<U64, 64> const covering_;
+
+    /** How many bits are set: the baseline has no instruction for it. */
+    static constexpr U32 count(U64 bits) noexcept {
+        bits -= (bits >> 1) & 0x5555555555555555;
+        bits = (bits & 0x3333333333333333) + ((bits >> 2) & 0x3333333333333333);
+        bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
+        return static_cast<U32>((bits * 0x0101010101010101) >> 56);
+    }
+    static constexpr U32 countBelow(U64 bits, U32 bit) noexcept {
+        return count(bits & ((U64{1} << bit) - 1));
+    }
+
+    struct Bits {
+        U64 places = 0;
+        U64 blocks = 0;
+    };
+
+    U32 firstBlock() const noexcept { return static_cast<U32>(bits_.places & hasMarks); }
+    U32 firstNode() const noexcept {
+        return firstBlock() + (bits_.blocks == 0 ? 0 : blockWords * count(bits_.blocks));
+    }
+    U32 wordCount() const noexcept { return firstNode() + count(places()); }
+    /** At most one word, which is a node then: marks come only beside a node. */
+    bool inside() const noexcept {
+        return bits_.blocks == 0 && (bits_.places & (bits_.places - 1)) == 0;
+    }
+    U64* storage() const noexcept { return reinterpret_cast<U64*>(word_); }
+    U64 const* words() const noexcept { return inside() ? &word_ : storage(); }
+    void openGap(U32 at, U32 gap, U32 before, Bits after);
+    void closeGap(U32 at, U32 gap, U32 before, Bits after);
+
+    Bits bits_;
+    U64 word_ = 0;  // the piece of storage, or the one word that it would hold
+};
+static_assert(sizeof(IndexBlock) == 24);
+
+}  // namespace LpmTrie

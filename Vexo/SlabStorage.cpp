@@ -1,0 +1,100 @@
+/*
+ * Each slot size has a pool: a list of released slots, and a piece of memory from which new slots
+ * are cut while the list is empty. Pieces grow with their pool, so that a size that is hardly used
+ * takes little, and come from blocks that the system is asked for: small ones first, then such that
+ * fit a huge page each.
+ */
+
+#include <Vexo/SlabStorage.h>
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <mutex>
+#include <new>
+#include <thread>
+
+namespace Vexo {
+
+namespace {
+
+constexpr std::size_t hugePage = std::size_t{1} << 21;
+constexpr std::size_t smallBlock = std::size_t{1} << 18;
+constexpr std::size_t smallestPiece = std::size_t{1} << 12;
+constexpr std::size_t largestPiece = std::size_t{1} << 20;
+
+constinit std::mutex blockMutex;
+/** What is left of the newest block. */
+constinit std::byte* blockCut = nullptr;
+constinit std::byte* blockEnd = nullptr;
+constinit bool firstBlock = true;
+
+std::byte* mapped(std::size_t bytes) {
+    void* const memory =
+        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    return static_cast<std::byte*>(memory);
+}
+
+/** A block of one huge page, on such a page's boundary. */
+std::byte* mappedHugePage() {
+    std::byte* const memory = mapped(2 * hugePage);
+    std::size_t const over = reinterpret_cast<std::uintptr_t>(memory) % hugePage;
+    std::size_t const before = over == 0 ? 0 : hugePage - over;
+    if (before != 0) {
+        munmap(memory, before);
+    }
+    munmap(memory + before + hugePage, hugePage - before);
+    madvise(memory + before, hugePage, MADV_HUGEPAGE);
+    return memory + before;
+}
+
+}  // namespace
+
+constinit SlabStorage::Pool SlabStorage::pools_[largest / grain + 1];
+
+/** The first slot of a piece, or the next one of the piece in hand. */
+void* SlabStorage::Pool::cutSlot(std::size_t bytes) {
+    if (static_cast<std::size_t>(end - cut) < bytes) {
+        std::size_t const size =
+            std::clamp(pieces / 16 / smallestPiece * smallestPiece, smallestPiece, largestPiece);
+        cut = piece(size);
+        end = cut + size;
+        pieces += size;
+    }
+    std::byte* const slot = cut;
+    cut += bytes;
+    return slot;
+}
+
+/** A new piece, a multiple of the smallest one. What an old block has left is given up. */
+std::byte* SlabStorage::piece(std::size_t bytes) {
+    std::lock_guard const lock(blockMutex);
+    if (static_cast<std::size_t>(blockEnd - blockCut) < bytes) {
+        std::size_t const block = firstBlock ? smallBlock : hugePage;
+        blockCut = firstBlock ? mapped(block) : mappedHugePage();
+        blockEnd = blockCut + block;
+        firstBlock = false;
+    }
+    std::byte* const begin = blockCut;
+    blockCut += bytes;
+    return begin;
+}
+
+void SlabStorage::wait(Pool& pool) noexcept {
+    while (pool.taken.exchange(true, std::memory_order_acquire)) {
+        std::this_thread::yield();
+    }
+}
+
+void* SlabStorage::allocateElsewhere(std::size_t bytes) {
+    return ::operator new(bytes);
+}
+
+void SlabStorage::releaseElsewhere(void* storage) noexcept {
+    ::operator delete(storage);
+}
+
+}  // namespace Vexo

@@ -1,0 +1,254 @@
+#include <tests/LpmTrie/IndexFrom.h>
+#include <tests/LpmTrie/TrieFixture.h>
+#include <tests/Support/AllocationFailure.h>
+
+#include <LpmTrie/RouteQueries.h>
+
+#include <optional>
+
+namespace {
+
+using namespace TrieTests;
+using LpmTrie::TrieIndex;
+
+/* Tries with an index beside tries without: what they answer, trace and look like is the same. */
+
+/** One trie with all that a client does to it, told by texts, so that two can be compared. */
+class Client {
+public:
+    Client(AddressFamily af, U32 indexFrom) : indexFrom_(indexFrom) { trie_->afIs(af); }
+    ~Client() { removeAll(*trie_); }
+
+    Trie& trie() { return *trie_; }
+    String insert(IpGenPrefix const& prefix, bool fromPartition) {
+        IndexFrom const from(indexFrom_);
+        Node* const start =
+            fromPartition ? trie_->findPartitionNode(prefix, false).partitionNode() : nullptr;
+        PartitionId::Ptr const id = start != nullptr ? start->partitionId() : nullptr;
+        if (insertionRefusal(*trie_, prefix, start, true, false, id, 0)) {
+            return "refused";
+        }
+        return text(trie_->insert(prefix, start, true, false, id, 0));
+    }
+    String insertPartition(IpGenPrefix const& prefix, U32 number) {
+        IndexFrom const from(indexFrom_);
+        auto const id = PartitionId::PartitionIdIs(PartitionIdValue(number), ~0U, nullptr);
+        bool const route = number % 2 == 0;
+        if (insertionRefusal(*trie_, prefix, nullptr, route, true, id, 0)) {
+            return "refused";
+        }
+        return text(trie_->insertFromRoot(prefix, route, true, id, 0));
+    }
+    String remove(IpGenPrefix const& prefix) {
+        TrieNodeReturnCode const code = trie_->remove(prefix);
+        return text(code.node()) + (code.success ? " gone" : " stays");
+    }
+    String find(IpGenPrefix const& prefix, bool pending) {
+        return text(trie_->findPartitionNode(prefix, pending));
+    }
+    /** Takes the partition above `prefix` down, or makes it wait for that. */
+    String end(IpGenPrefix const& prefix, bool wait) {
+        Node* const node = trie_->findPartitionNode(prefix, false).partitionNode();
+        if (node == nullptr) {
+            return "none";
+        }
+        trie_->mergePartitionNodeCount(node);
+        if (wait) {
+            node->pendingStateIs(PendingState::removePartition_());
+            node->partitionNodeIs(false);
+            return text(node);
+        }
+        return text(trie_->removeNode(node, true).node());
+    }
+
+private:
+    static String text(Node const* node) {
+        std::ostringstream out;
+        out << node;
+        return out.str();
+    }
+    static String text(TrieReturnCode const& code) {
+        return text(code.node()) + " " + text(code.partitionNode()) + " " +
+               text(code.coveringPrefixNode());
+    }
+
+    U32 const indexFrom_;
+    Trie::Ptr const trie_ = LpmTrie::trieFactory(0);
+};
+
+IpGenPrefix randomPrefix(AddressFamily af, Random& random) {
+    bool const v6 = af == AddressFamily::ipv6;
+    std::array<Vexo::U8, 16> bytes{};
+    for (std::size_t i = 0; i < (v6 ? 16U : 4U); ++i) {
+        bytes[i] = static_cast<Vexo::U8>(random.any() & random.any() & 0xc3U);
+    }
+    return IpGenPrefix(af, bytes, random.below(v6 ? 129 : 33)).hostBitsCleared();
+}
+
+struct IndexedTrieTest : TestSupport::LeakChecked<testing::TestWithParam<AddressFamily>> {};
+
+TEST_P(IndexedTrieTest, isLikeAPlainOneAfterEveryStep) {
+    U32 const seed = 20260422;
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    Client plain(GetParam(), never);
+    Client indexed(GetParam(), 5);
+    U32 const steps = 6000;
+    for (U32 step = 0; step < steps && !HasFailure(); ++step) {
+        IpGenPrefix const prefix = randomPrefix(GetParam(), random);
+        U32 const kind = random.below(100);
+        bool const flag = random.below(2) == 0;
+        auto const play = [&](Client& client) {
+            return kind < 40   ? client.insert(prefix, flag)
+                   : kind < 43 ? client.insertPartition(prefix, step)
+                   : kind < 70 ? client.remove(prefix)
+                   : kind < 72 ? client.end(prefix, flag)
+                               : client.find(prefix, flag);
+        };
+        String const expected = play(plain);
+        ASSERT_EQ(play(indexed), expected) << prefix << ' ' << kind << " at step " << step;
+        if (step % 20 == 0) {
+            ASSERT_EQ(drawing(indexed.trie()), drawing(plain.trie())) << "at step " << step;
+        }
+    }
+}
+
+TEST_P(IndexedTrieTest, isTracedLikeAPlainOne) {
+    U32 const seed = 20260423;
+    SCOPED_TRACE(seed);
+    auto const traced = [&](U32 indexFrom, String const& levels) {
+        Random random(seed);
+        Client client(GetParam(), indexFrom);
+        for (U32 i = 0; i < 50; ++i) {
+            client.insert(randomPrefix(GetParam(), random), false);
+        }
+        TestSupport::TraceCapture const capture(levels);
+        for (U32 i = 0; i < 50; ++i) {
+            IpGenPrefix const prefix = randomPrefix(GetParam(), random);
+            client.insert(prefix, true);
+            client.find(prefix, true);
+            client.remove(randomPrefix(GetParam(), random));
+        }
+        return capture.texts();
+    };
+    for (String const levels : {"LpmTrie/7-9", "LpmTrie/7", "LpmTrie/8"}) {
+        std::vector<String> const plain = traced(never, levels);
+        EXPECT_FALSE(plain.empty());
+        EXPECT_EQ(traced(5, levels), plain) << levels;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, IndexedTrieTest,
+                         testing::Values(AddressFamily::ipv4, AddressFamily::ipv6));
+
+class HandBuiltIndexedTrieTest : public TrieFixture {
+protected:
+    HandBuiltIndexedTrieTest() {
+        for (char const* text : {"0.0.0.0/0", "10.0.0.0/8", "10.1.0.0/16", "10.1.2.0/24",
+                                 "10.1.3.0/24", "10.2.0.0/16", "20.0.0.0/8"}) {
+            route(text);
+        }
+    }
+    IndexFrom const from_{2};
+};
+
+TEST_F(HandBuiltIndexedTrieTest, aRootSetByHandIsWhereEverythingStarts) {
+    Node* const first = trie().root();
+    Node* const second = makeRoute("10.0.0.0/8");
+    count(second, 1, 1);
+    trie().rootIs(second);
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.1.2.0/24"), false).node(), second);
+    route("10.1.2.0/24");
+    route("10.1.3.0/24");
+    EXPECT_EQ(second->routeCount(), 3U);
+    trie().verify();
+    removeAll(trie());
+    trie().rootIs(first);
+}
+
+TEST_F(HandBuiltIndexedTrieTest, aSlotEmptiedByHandIsEmptyAlsoAfterInsertions) {
+    Node* const top = find("10.1.0.0/16");
+    Node* const below = top->bitNode(0);
+    top->bitNodeIs(0, nullptr);
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.1.2.0/24"), false).node(), top);
+    Node* const young = route("10.1.2.0/24");
+    EXPECT_EQ(top->bitNode(0), young);
+    Node* const younger = route("10.1.2.128/25");
+    EXPECT_EQ(younger->parent(), young);
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.1.3.0/24"), false).node(), young);
+    hang(young, 0, below);  // only so that it is freed
+}
+
+TEST_F(HandBuiltIndexedTrieTest, aNodeHungElsewhereByHandIsFoundThere) {
+    Node* const node = find("20.0.0.0/8");
+    Node* const parent = node->parent();
+    U32 const bit = parent->bitNode(0) == node ? 0 : 1;
+    Node* const elsewhere = find("10.2.0.0/16");
+    parent->bitNodeIs(bit, nullptr);
+    hang(elsewhere, 1, node);
+    EXPECT_EQ(trie().findPartitionNode(prefix("20.0.0.0/8"), false).node(), parent);
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.2.128.0/24"), false).node(), node);
+    route("10.2.1.0/24");
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.2.128.0/24"), false).node(), node);
+}
+
+TEST_F(HandBuiltIndexedTrieTest, rolesSetByHandAreHonoured) {
+    Node* const node = find("10.1.0.0/16");
+    node->partitionNodeIs(true);
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.1.2.0/24"), false).partitionNode(), node);
+    U32 const before = find("10.0.0.0/8")->partitionRouteCount();
+    route("10.1.4.0/24");
+    EXPECT_EQ(find("10.0.0.0/8")->partitionRouteCount(), before) << "counting stops there";
+    node->partitionNodeIs(false);
+    node->pendingStateIs(PendingState::removePartition_());
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.1.2.0/24"), false).partitionNode(), nullptr);
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.1.2.0/24"), true).partitionNode(), node);
+    node->pendingStateIs(PendingState());
+    EXPECT_EQ(trie().findPartitionNode(prefix("10.1.2.0/24"), true).partitionNode(), nullptr);
+}
+
+using IndexedTrieDeathTest = HandBuiltIndexedTrieTest;
+
+TEST_F(IndexedTrieDeathTest, anInsertionBelowABrokenNodeNamesItAsThePlainOneDoes) {
+    Node* const broken = find("10.0.0.0/8");
+    EXPECT_EXIT(
+        {
+            breakEyeCatcher(broken);
+            route("10.1.2.128/25");
+        },
+        aborts,
+        brokenEyeCatcher(broken, "U32 LpmTrie::Node::commonLen(const Nimbal::IpGenPrefix&) const"));
+}
+
+TEST_F(IndexedTrieDeathTest, aBrokenNodeThatIsFoundIsNamed) {
+    Node* const broken = find("10.1.2.0/24");
+    EXPECT_EXIT(
+        {
+            breakEyeCatcher(broken);
+            trie().findPartitionNode(prefix("10.1.2.0/25"), false);
+        },
+        aborts,
+        brokenEyeCatcher(broken, "U32 LpmTrie::Node::commonLen(const Nimbal::IpGenPrefix&) const"));
+}
+
+TEST(IndexMemoryTest, aTrieGoesWithoutAnIndexWhenMemoryEndsForIt) {
+    IndexFrom const from(2);
+    Trie::Ptr const trie = LpmTrie::trieFactory(0);
+    trie->afIs(AddressFamily::ipv4);
+    for (char const* text : {"10.0.0.0/8", "20.0.0.0/8"}) {
+        trie->insertFromRoot(prefix(text), true, false, nullptr, 0);
+    }
+    {
+        TestSupport::AllocationFailure const failure(1);
+        EXPECT_TRUE(trie->findPartitionNode(prefix("10.0.0.0/8"), false).node()->fibRoute());
+        try {
+            trie->insertFromRoot(prefix("30.0.0.0/8"), true, false, nullptr, 0);
+        } catch (std::bad_alloc const&) {
+            ADD_FAILURE() << "an insertion fails for want of an index";
+        }
+    }
+    trie->verify();
+    removeAll(*trie);
+}
+
+}  // namespace

@@ -1,0 +1,203 @@
+#include <tests/LpmTrie/IndexFrom.h>
+#include <tests/LpmTrie/TrieFixture.h>
+
+#include <LpmTrie/RouteQueries.h>
+
+#include <algorithm>
+
+namespace {
+
+using namespace TrieTests;
+using LpmTrie::TrieIndex;
+
+/* The index by itself, against a look at all nodes. */
+
+IpGenPrefix randomPrefix(AddressFamily af, Random& random) {
+    bool const v6 = af == AddressFamily::ipv6;
+    std::array<Vexo::U8, 16> bytes{};
+    for (std::size_t i = 0; i < (v6 ? 16U : 4U); ++i) {
+        // Few different bits, so that prefixes cover each other and all strides are in use.
+        bytes[i] = static_cast<Vexo::U8>(random.any() & random.any() & 0xc1U);
+    }
+    return IpGenPrefix(af, bytes, random.below(v6 ? 129 : 33)).hostBitsCleared();
+}
+
+struct TrieIndexTest : TestSupport::LeakChecked<testing::TestWithParam<AddressFamily>> {
+    TrieIndexTest() { trie->afIs(GetParam()); }
+    ~TrieIndexTest() override { removeAll(*trie); }
+
+    void grow(U32 routes) {
+        for (U32 i = 0; i < routes; ++i) {
+            IpGenPrefix const prefix = randomPrefix(GetParam(), random);
+            if (!insertionRefusal(*trie, prefix, nullptr, true, false, nullptr, 0)) {
+                trie->insertFromRoot(prefix, true, false, nullptr, 0);
+            }
+        }
+    }
+    std::vector<Node*> nodes() const {
+        std::vector<Node*> all;
+        for (PlacedNode const& placed : placedNodes(trie->root())) {
+            all.push_back(placed.node);
+        }
+        return all;
+    }
+    /** The longest node of at most `TrieIndex::longest` bits that covers the prefix and fits. */
+    template <class Fits>
+    Node* longestCovering(IpGenPrefix const& prefix, Fits const& fits) const {
+        Node* longest = nullptr;
+        for (Node* node : nodes()) {
+            U32 const len = node->len();
+            if (len <= prefix.len() && len <= TrieIndex::longest && fits(node) &&
+                node->prefixRef()->prefix().overlaps(prefix) &&
+                (longest == nullptr || len > longest->len())) {
+                longest = node;
+            }
+        }
+        return longest;
+    }
+    void expectRightAnswers(TrieIndex const& index) {
+        for (U32 i = 0; i < 300; ++i) {
+            IpGenPrefix const prefix = randomPrefix(GetParam(), random);
+            auto const [node, candidate] = index.find(prefix);
+            EXPECT_EQ(node, longestCovering(prefix, [](Node*) { return true; })) << prefix;
+            EXPECT_EQ(candidate, longestCovering(prefix,
+                                                 [](Node const* of) {
+                                                     return of->partitionNode() ||
+                                                            of->pendingState().removePartition();
+                                                 }))
+                << prefix;
+        }
+    }
+
+    U32 const seed = 20260421;
+    Random random{seed};
+    IndexFrom const none{never};
+    Trie::Ptr const trie = LpmTrie::trieFactory(0);
+};
+
+TEST_P(TrieIndexTest, findsTheLongestCoveringNode) {
+    SCOPED_TRACE(seed);
+    grow(400);
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    expectRightAnswers(*index);
+}
+
+TEST_P(TrieIndexTest, knowsEveryNodeAndNoOther) {
+    SCOPED_TRACE(seed);
+    grow(400);
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    U64 known = 0;
+    for (Node* node : nodes()) {
+        EXPECT_TRUE(index->knows(node)) << node;
+        known += node->len() <= TrieIndex::longest ? 1U : 0U;
+    }
+    EXPECT_EQ(index->nodeCount(), known);
+}
+
+TEST_P(TrieIndexTest, hearsOfRolesGivenByHand) {
+    SCOPED_TRACE(seed);
+    grow(300);
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    std::vector<Node*> const all = nodes();
+    for (U32 i = 0; i < 60; ++i) {
+        Node* const node = all[random.below(static_cast<U32>(all.size()))];
+        switch (random.below(3)) {
+        case 0:
+            node->pendingStateIs(PendingState::removePartition_());
+            break;
+        case 1:
+            node->pendingStateIs(PendingState());
+            node->partitionNodeIs(!node->partitionNode());
+            break;
+        default:
+            node->partitionNodeIs(false);
+            node->pendingStateIs(PendingState());
+        }
+        EXPECT_TRUE(index->knows(node)) << node;
+    }
+    EXPECT_TRUE(index->ready());
+    expectRightAnswers(*index);
+    for (Node* node : all) {
+        node->partitionNodeIs(false);
+        node->pendingStateIs(PendingState());
+    }
+    expectRightAnswers(*index);
+}
+
+TEST_P(TrieIndexTest, followsNodesThatComeAndGo) {
+    SCOPED_TRACE(seed);
+    grow(300);
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    std::vector<Node*> gone;
+    for (U32 i = 0; i < 1000; ++i) {
+        std::vector<Node*> const all = nodes();
+        Node* const node = all[random.below(static_cast<U32>(all.size()))];
+        auto const place = std::find(gone.begin(), gone.end(), node);
+        bool const comes = place != gone.end();
+        if (!comes) {
+            index->del(node);
+            gone.push_back(node);
+        } else {
+            index->add(node);
+            gone.erase(place);
+        }
+        EXPECT_EQ(index->knows(node), comes || node->len() > TrieIndex::longest) << node;
+    }
+    for (Node* node : gone) {
+        index->add(node);
+    }
+    expectRightAnswers(*index);
+}
+
+TEST_P(TrieIndexTest, givesUpWhenALinkIsSetByHand) {
+    grow(100);
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    Node* const root = trie->root();
+    root->bitNodeIs(0, root->bitNode(0));
+    EXPECT_FALSE(index->ready());
+    EXPECT_EQ(index->nodeCount(), 0U);
+    EXPECT_EQ(index->find(randomPrefix(GetParam(), random)).node, nullptr);
+    root->partitionNodeIs(true);  // tells nobody any more
+    root->partitionNodeIs(false);
+    root->pendingStateIs(PendingState());
+}
+
+TEST_P(TrieIndexTest, isNotMadeForATrieWhoseLinksAreWrong) {
+    grow(100);
+    std::vector<Node*> const all = nodes();
+    for (Node* node : all) {
+        Node* const parent = node->parent();
+        node->parentIs(all.back());
+        EXPECT_EQ(TrieIndex::of(trie->root(), GetParam()), nullptr) << node;
+        node->parentIs(parent);
+        if (parent != nullptr) {
+            U32 const bit = parent->bitNode(0) == node ? 0 : 1;
+            Node* const other = parent->bitNode(1 - bit);
+            parent->bitNodeIs(bit, other);
+            parent->bitNodeIs(1 - bit, node);
+            EXPECT_EQ(TrieIndex::of(trie->root(), GetParam()), nullptr) << node;
+            parent->bitNodeIs(bit, node);
+            parent->bitNodeIs(1 - bit, other);
+        }
+    }
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    EXPECT_EQ(TrieIndex::of(trie->root(), GetParam()), nullptr) << "its nodes know another already";
+}
+
+TEST_P(TrieIndexTest, isNotMadeForATrieOfTheOtherFamily) {
+    grow(10);
+    EXPECT_EQ(TrieIndex::of(trie->root(), GetParam() == AddressFamily::ipv4 ? AddressFamily::ipv6
+                                                                            : AddressFamily::ipv4),
+              nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, TrieIndexTest,
+                         testing::Values(AddressFamily::ipv4, AddressFamily::ipv6));
+
+}  // namespace
