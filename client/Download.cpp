@@ -51,7 +51,7 @@ Outcome PartitionManager::download(std::span<Route const> routes) {
         Cutter cutter;
         cutter.cut(whole, bucketRoutes_, noPiece, whole.items().size());
         std::vector<RouteNode*> const roots = cutter.roots(whole);
-        if (roots.size() <= freshBuckets()) {
+        if (roots.size() <= freeBuckets()) {
             writePieces(roots);
             writer_.commit();
             counts_.added += trie_->root()->routeCount();

@@ -20,10 +20,6 @@ constexpr U32 wholeNumber = ~U32{0};
 
 }  // namespace
 
-U32 PartitionManager::freshBuckets() const noexcept {
-    return numbers_->limit() - numbers_->count();
-}
-
 /**
  * The number of a bucket that nobody uses. After a restart some may be allocated to other tables
  * that have not been restarted yet. RangeException when there is none.

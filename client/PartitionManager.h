@@ -108,6 +108,8 @@ public:
     ManagerCounts const& counts() const noexcept { return counts_; }
     U64 routes() const noexcept { return trie_->root() ? trie_->root()->routeCount() : 0; }
     U64 buckets() const noexcept { return roots_.size(); }
+    /** Buckets that no table uses: as many as the bitmap's limit leaves. */
+    U32 freeBuckets() const noexcept { return numbers_->limit() - numbers_->count(); }
     /** The chip's last refusal, if any. */
     std::optional<RefusedWrite> const& lastRefusal() const noexcept { return lastRefusal_; }
 
@@ -129,8 +131,7 @@ private:
     LpmTrie::PartitionId::Ptr idOf(Bucket bucket);
     LpmTrie::PartitionId::Ptr allocateFresh();
     bool takeFresh(Recut& recut);
-    U32 freshBuckets() const noexcept;
-    Room room() const noexcept { return {bucketRoutes_, freshBuckets()}; }
+    Room room() const noexcept { return {bucketRoutes_, freeBuckets()}; }
     bool tryImprove(Nimbal::IpGenPrefix const& rootPrefix);
     std::optional<Cut> improvement(RouteNode* root);
     void complete(RecutChange& change);
