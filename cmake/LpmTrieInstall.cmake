@@ -92,3 +92,7 @@ file(CREATE_LINK "${lpmtrie_python_to_library}/${lpmtrie_soname}"
 install(FILES "${PROJECT_BINARY_DIR}/python/${lpmtrie_soname}"
     DESTINATION "${lpmtrie_python_package}"
     COMPONENT python)
+
+if(PROJECT_IS_TOP_LEVEL)
+    include(LpmTriePackages)
+endif()
