@@ -6,8 +6,8 @@
 #include <LpmTrie/LpmTrie.h>
 #include <LpmTrie/Version.h>
 
-#include <cstdio>
 #include <unistd.h>
+#include <cstdio>
 
 namespace {
 
