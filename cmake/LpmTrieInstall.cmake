@@ -1,9 +1,10 @@
-# What `cmake --install` lays down, in four components:
+# What `cmake --install` lays down, in five components:
 #
 #   library      the shared library
 #   development  headers, the static library, the CMake package, the pkg-config files
 #   tools        the command and its manual page
 #   python       the Python package
+#   client       headers and static library of the reference client
 #
 # Everything that is laid down finds its neighbours by relative paths, so that a prefix can be moved
 # or chosen as late as in `cmake --install --prefix`.
@@ -41,6 +42,7 @@ install(EXPORT LpmTrieTargets
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/LpmTrieConfig.cmake.in"
     "${PROJECT_BINARY_DIR}/LpmTrieConfig.cmake"
     INSTALL_DESTINATION "${lpmtrie_cmake_dir}"
+    PATH_VARS CMAKE_INSTALL_LIBDIR
     NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/LpmTrieConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
@@ -66,6 +68,13 @@ endfunction()
 lpmtrie_pkg_config(lpmtrie "Routing tables divided over bounded hardware buckets" "-llpmtrie")
 lpmtrie_pkg_config(lpmtrie-static
     "Routing tables divided over bounded hardware buckets, linked statically" "-l:liblpmtrie.a")
+
+# The reference client, outside of the export: it goes with either library.
+install(DIRECTORY client
+    DESTINATION "${lpmtrie_include_dir}"
+    COMPONENT client
+    FILES_MATCHING PATTERN "*.h")
+install(TARGETS Client ARCHIVE COMPONENT client)
 
 if(TARGET lpmtrie)
     install(TARGETS lpmtrie RUNTIME COMPONENT tools)
