@@ -4,6 +4,7 @@ option(LPMTRIE_WERROR "Treat the warnings of our own targets as errors" ON)
 option(LPMTRIE_BUILD_TOOLS "Build the lpmtrie command" ${PROJECT_IS_TOP_LEVEL})
 option(LPMTRIE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(LPMTRIE_BUILD_BENCHMARKS "Build the benchmark" OFF)
+option(LPMTRIE_INSTALL "Make rules for installing and packaging" ${PROJECT_IS_TOP_LEVEL})
 option(LPMTRIE_COVERAGE "Count the lines and branches that run" OFF)
 set(LPMTRIE_SANITIZE "" CACHE STRING "Argument of -fsanitize=, or empty")
 
