@@ -25,7 +25,7 @@ std::unique_ptr<Policy> makePolicy(std::string_view name) {
     }
     if (name == "window-tight") {
         weights.pieces = 5;
-        weights.slack = 55;
+        weights.slack = 65;
         return std::make_unique<WindowPolicy>(weights);
     }
     if (name == "window-calm") {
