@@ -109,6 +109,7 @@ void ChipWriter::unbind(IpGenPrefix const& prefix) {
 }
 
 void ChipWriter::commit() {
+    owed_.reserve(owed_.size() + freeLater_.size());  // nothing throws after this
     journal_.clear();
     for (PartitionId::Ptr const& id : freeLater_) {
         owed_.push_back(Owed{make(WriteKind::free, id->id().value()), id});
@@ -127,7 +128,11 @@ void ChipWriter::undo() {
 
 bool ChipWriter::settle() {
     auto const refused = std::find_if(owed_.begin(), owed_.end(), [&](Owed const& owed) {
-        if (hardware_.write(owed.write) != WriteStatus::done) {
+        WriteStatus const status = hardware_.write(owed.write);
+        // What is to be freed may be gone already: a repair may have come first.
+        bool const gone =
+            owed.write.kind == WriteKind::free && status == WriteStatus::unknownBucket;
+        if (status != WriteStatus::done && !gone) {
             return true;
         }
         note(owed.write);
@@ -135,6 +140,25 @@ bool ChipWriter::settle() {
     });
     owed_.erase(owed_.begin(), refused);
     return owed_.empty();
+}
+
+std::vector<PartitionId::Ptr> ChipWriter::abandonOwed() {
+    std::vector<PartitionId::Ptr> ids;
+    for (Owed const& owed : owed_) {
+        if (owed.id) {
+            ids.push_back(owed.id);
+        }
+    }
+    owed_.clear();
+    return ids;
+}
+
+void ChipWriter::forget() {
+    journal_.clear();
+    owed_.clear();
+    freeLater_.clear();
+    bindings_.clear();
+    covers_.clear();
 }
 
 std::optional<Route> ChipWriter::cover(Bucket bucket) const {

@@ -50,6 +50,13 @@ public:
     /** Tries what is owed. True when nothing is owed any more. */
     bool settle();
     bool settled() const noexcept { return owed_.empty(); }
+    /**
+     * Drops what is owed, for a repair that compares with the chip itself. Returns the numbers of
+     * buckets that were still to be freed: nobody else may use them before they are.
+     */
+    std::vector<LpmTrie::PartitionId::Ptr> abandonOwed();
+    /** Knows of nothing any more, and owes nothing. */
+    void forget();
 
     std::optional<Route> cover(Bucket bucket) const;
     /** The bound prefixes, in order of address, then length, and their buckets. */

@@ -8,8 +8,7 @@ namespace LpmClient {
 
 /**
  * A node with what the client must know about its route: where packets go, and which bucket of the
- * chip holds it. Both mean something only while the node is a FIB route. A partition's root also
- * knows the covering route that stands in the chip.
+ * chip holds it. Both mean something only while the node is a FIB route.
  */
 class RouteNode : public LpmTrie::Node {
 public:

@@ -42,7 +42,7 @@ Outcome PartitionManager::download(std::span<Route const> routes) {
     if (routes.empty()) {
         return Outcome::unchanged;
     }
-    if (!writer_.settle()) {
+    if (mustRestart_ || !writer_.settle()) {
         return Outcome::refused;
     }
     Outcome outcome = Outcome::noRoom;

@@ -73,9 +73,7 @@ void PartitionManager::complete(RecutChange& change) {
     for (OldPiece const& piece : recut.olds) {
         roots_.erase(piece.root->prefixRef()->prefix());
     }
-    for (NewPiece const& piece : recut.news) {
-        roots_[piece.root->prefixRef()->prefix()] = piece.root;
-    }
+    roots_.merge(change.entering());
     auto& count = recut.news.size() > recut.olds.size()   ? counts_.splits
                   : recut.news.size() < recut.olds.size() ? counts_.merges
                                                           : counts_.shifts;
@@ -93,10 +91,12 @@ bool PartitionManager::ensureTop() {
         return false;
     }
     IpGenPrefix const everything(trie_->af(), {}, 0);
+    Roots entering{{everything, nullptr}};
     writer_.bind(everything, id->id().value());
     LpmTrie::Node* const top = trie_->insertFromRoot(everything, false, true, id, hwTable_).node();
     top->pendingStateIs(PendingState());
-    roots_[everything] = routeNode(top);
+    entering.begin()->second = routeNode(top);
+    roots_.merge(entering);
     writer_.commit();
     return true;
 }

@@ -84,7 +84,7 @@ void PartitionManager::checkPrefix(IpGenPrefix const& prefix) const {
 
 Outcome PartitionManager::announce(Route const& route) {
     checkPrefix(route.prefix);
-    if (!writer_.settle()) {
+    if (mustRestart_ || !writer_.settle()) {
         return owe(route.prefix, route.nextHop, Outcome::refused);
     }
     Outcome outcome = Outcome::refused;
@@ -138,12 +138,12 @@ Outcome PartitionManager::insert(Route const& route, Node* partitionNode) {
         writer_.writeRoute(bucketOf(node), route);
         node->bucket = bucketOf(node);
         writeCoversUnder(node, route);
+        writer_.commit();
     } catch (...) {
         recut.reset();
         trie_->removeNode(node, false);
         throw;
     }
-    writer_.commit();
     ++counts_.added;
     if (recut) {
         complete(*recut);
@@ -160,11 +160,11 @@ Outcome PartitionManager::change(RouteNode* node, NextHop nextHop) {
     try {
         writer_.writeRoute(bucketOf(node), routeAt(node), before);
         writeCoversUnder(node, routeAt(node));
+        writer_.commit();
     } catch (...) {
         node->nextHop = before;
         throw;
     }
-    writer_.commit();
     ++counts_.changed;
     return Outcome::done;
 }
@@ -196,7 +196,7 @@ void PartitionManager::writeCoversUnder(RouteNode const* node, std::optional<Rou
 }
 
 bool PartitionManager::retry() {
-    if (!writer_.settle()) {
+    if (mustRestart_ || !writer_.settle()) {
         return false;
     }
     auto const improve = std::exchange(toImprove_, {});

@@ -84,8 +84,9 @@ public:
     Outcome download(std::span<Route const> routes);
     /**
      * Takes over what the chip holds, into an empty table, and completes or takes back a change
-     * that was cut off in the middle. False when the chip has refused a write: `audit` tells what
-     * is left. Throws std::logic_error when the table is not empty.
+     * that was cut off in the middle. False when the chip has refused a write or has no bucket to
+     * spare: then nothing is taken over, and updates are refused until a restart succeeds. Throws
+     * std::logic_error when the table is not empty.
      */
     bool restart();
 
@@ -115,6 +116,8 @@ public:
 
 private:
     class RecutChange;
+    /** Numbers of buckets that serve no partition and are to be freed. */
+    using StrayIds = std::map<Bucket, LpmTrie::PartitionId::Ptr>;
 
     Outcome owe(Nimbal::IpGenPrefix const& prefix, std::optional<NextHop> nextHop, Outcome outcome);
     Outcome settled(Nimbal::IpGenPrefix const& prefix, Outcome outcome);
@@ -144,7 +147,9 @@ private:
     void adoptRoutes();
     void separateTenants();
     void separate(RouteNode* root);
-    void repair(Difference const& difference);
+    bool takeOver();
+    void repairOnce(StrayIds& strayIds);
+    void repair(Difference const& difference, StrayIds& strayIds);
     void restoreBucket(Bucket bucket);
 
     U32 const bucketRoutes_;
@@ -157,6 +162,7 @@ private:
     std::map<Nimbal::IpGenPrefix, std::optional<NextHop>> owed_;
     std::set<Nimbal::IpGenPrefix> toImprove_;  // roots of partitions whose merge was refused
     std::optional<RefusedWrite> lastRefusal_;
+    bool mustRestart_ = false;  // the chip holds what could not be taken over
     ManagerCounts counts_;
 };
 

@@ -24,6 +24,9 @@ public:
 
     /** Throws RefusedWrite. */
     void run() {
+        for (NewPiece const& piece : recut_.news) {
+            entering_[piece.root->prefixRef()->prefix()] = piece.root;
+        }
         recutTrie(trie_, recut_);
         inTrie_ = true;
         chip_.emplace(writer_, recut_, trie_.moved());
@@ -37,12 +40,15 @@ public:
         completeRecut(trie_, recut_);
     }
     U64 moves() const noexcept { return chip_->moves(); }
+    /** The roots of the new pieces, ready to be merged into the books without a failure. */
+    Roots& entering() noexcept { return entering_; }
     Recut const& recut() const noexcept { return recut_; }
 
 private:
     ClientTrie& trie_;
     ChipWriter& writer_;
     Recut recut_;
+    Roots entering_;
     bool inTrie_ = false;
     std::optional<RecutChip> chip_;
 };

@@ -21,14 +21,7 @@ using LpmTrie::PendingState;
 
 namespace {
 
-/** A root and the id that it shall have. */
-struct Labelled {
-    RouteNode* root;
-    PartitionId::Ptr id;
-};
-
-void cutAt(ClientTrie& trie, Labelled const& piece) {
-    RouteNode* const node = piece.root;
+void cutAt(ClientTrie& trie, RouteNode* node, PartitionId::Ptr const& id) {
     LpmTrie::Node const* around = node;
     while (!around->partitionNode()) {
         around = around->parent();
@@ -37,18 +30,18 @@ void cutAt(ClientTrie& trie, Labelled const& piece) {
     // A root must not be pending anything, and an internal node's table may be stale.
     node->pendingStateIs(PendingState());
     node->hwTableIs(around->hwTable());
-    node->partitionIdIs(piece.id);
+    node->partitionIdIs(id);
     node->partitionNodeIs(true);
     trie.addMovedNode(node, oldId, nullptr);
     trie.updateNewPartition(node, nullptr, false);
 }
 
-void relabelAt(ClientTrie& trie, Labelled const& piece) {
-    PartitionId::Ptr const oldId = piece.root->partitionId();
-    if (oldId != piece.id) {
-        piece.root->partitionIdIs(piece.id);
-        trie.addMovedNode(piece.root, oldId, nullptr);
-        trie.updatePartitionId(piece.root, nullptr);
+void relabelAt(ClientTrie& trie, RouteNode* root, PartitionId::Ptr const& id) {
+    PartitionId::Ptr const oldId = root->partitionId();
+    if (oldId != id) {
+        root->partitionIdIs(id);
+        trie.addMovedNode(root, oldId, nullptr);
+        trie.updatePartitionId(root, nullptr);
     }
 }
 
@@ -60,50 +53,42 @@ void fold(ClientTrie& trie, RouteNode* root) {
     trie.mergePartition(root, around, around->partitionId(), false, nullptr);
 }
 
-bool contains(std::vector<Labelled> const& pieces, LpmTrie::Node const* node) {
+template <class Piece>
+bool contains(std::vector<Piece> const& pieces, LpmTrie::Node const* node) {
     return std::any_of(pieces.begin(), pieces.end(),
-                       [&](Labelled const& piece) { return piece.root == node; });
+                       [&](Piece const& piece) { return piece.root == node; });
 }
 
-/** Both in pre-order. */
-void change(ClientTrie& trie, std::vector<Labelled> const& from, std::vector<Labelled> const& to) {
+/** Both in pre-order. Allocates nothing where `moved()` has had room for it before. */
+template <class From, class To>
+void change(ClientTrie& trie, std::vector<From> const& from, std::vector<To> const& to) {
     std::size_t routes = 0;
-    for (Labelled const& piece : from) {
+    for (From const& piece : from) {
         routes += piece.root->partitionRouteCount();
     }
     trie.clearMoved();
     trie.reserveMoved(3 * routes);  // a route is told once by each of the three steps
-    std::for_each(to.rbegin(), to.rend(), [&](Labelled const& piece) {
+    std::for_each(to.rbegin(), to.rend(), [&](To const& piece) {
         if (!contains(from, piece.root)) {
-            cutAt(trie, piece);
+            cutAt(trie, piece.root, piece.id);
         }
     });
-    for (Labelled const& piece : to) {
+    for (To const& piece : to) {
         if (contains(from, piece.root)) {
-            relabelAt(trie, piece);
+            relabelAt(trie, piece.root, piece.id);
         }
     }
-    for (Labelled const& piece : from) {
+    for (From const& piece : from) {
         if (!contains(to, piece.root)) {
             fold(trie, piece.root);
         }
     }
 }
 
-template <class Piece>
-std::vector<Labelled> labelled(std::vector<Piece> const& pieces) {
-    std::vector<Labelled> all;
-    all.reserve(pieces.size());
-    for (Piece const& piece : pieces) {
-        all.push_back({piece.root, piece.id});
-    }
-    return all;
-}
-
 }  // namespace
 
 void recutTrie(ClientTrie& trie, Recut const& recut) {
-    change(trie, labelled(recut.olds), labelled(recut.news));
+    change(trie, recut.olds, recut.news);
 }
 
 namespace {
@@ -122,7 +107,7 @@ void endPending(ClientTrie& trie, RouteNode* root) {
 // stops at one that is pending removal.
 
 void revertTrie(ClientTrie& trie, Recut const& recut) {
-    change(trie, labelled(recut.news), labelled(recut.olds));
+    change(trie, recut.news, recut.olds);
     for (OldPiece const& piece : recut.olds) {
         piece.root->pendingStateIs(PendingState());
     }

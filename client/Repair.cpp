@@ -12,6 +12,8 @@
 
 namespace LpmClient {
 
+using LpmTrie::PartitionId;
+
 namespace {
 
 /** In which turn a difference is repaired. */
@@ -60,23 +62,35 @@ std::vector<Difference> PartitionManager::audit() const {
 }
 
 std::vector<Difference> PartitionManager::repair() {
-    if (!writer_.settle()) {
-        return audit();
+    // What is owed shows as differences: a write that can never succeed must not hold up the rest.
+    StrayIds strayIds;
+    for (PartitionId::Ptr const& id : writer_.abandonOwed()) {
+        strayIds.emplace(id->id().value(), id);
     }
     // What finds no room among stray routes is written in the second round.
-    for (U32 round = 0; round < 2; ++round) {
-        std::vector<Difference> differences = audit();
-        std::stable_sort(differences.begin(), differences.end(), earlier);
-        for (Difference const& difference : differences) {
-            try {
-                repair(difference);
-            } catch (RefusedWrite const& refused) {
-                lastRefusal_ = refused;
-            }
-        }
-        writer_.commit();
+    for (U32 round = 0; round < 2 && writer_.settled(); ++round) {
+        repairOnce(strayIds);
     }
     return audit();
+}
+
+void PartitionManager::repairOnce(StrayIds& strayIds) {
+    std::vector<Difference> differences = audit();
+    std::stable_sort(differences.begin(), differences.end(), earlier);
+    std::set<Bucket> unfilled;
+    for (Difference const& difference : differences) {
+        bool const binds = turn(difference.kind) == 3;
+        if (binds && unfilled.contains(bucketOf(roots_.at(*difference.binding)))) {
+            continue;
+        }
+        try {
+            repair(difference, strayIds);
+        } catch (RefusedWrite const& refused) {
+            lastRefusal_ = refused;
+            unfilled.insert(difference.bucket);
+        }
+    }
+    writer_.commit();
 }
 
 /** A bucket that was lost comes back with all that it held: it may be bound next. */
@@ -92,14 +106,17 @@ void PartitionManager::restoreBucket(Bucket bucket) {
     writer_.writeCover(bucket, coverOf(root));
 }
 
-void PartitionManager::repair(Difference const& difference) {
+void PartitionManager::repair(Difference const& difference, StrayIds& strayIds) {
     Bucket const bucket = difference.bucket;
     switch (difference.kind) {
     case DifferenceKind::bucketMissing:
         restoreBucket(bucket);
         break;
     case DifferenceKind::bucketStray:
-        writer_.freeLater(idOf(bucket));
+        if (!strayIds[bucket]) {
+            strayIds[bucket] = idOf(bucket);
+        }
+        writer_.freeLater(strayIds[bucket]);
         break;
     case DifferenceKind::bindingMissing:
     case DifferenceKind::bindingWrong:

@@ -38,27 +38,40 @@ bool PartitionManager::restart() {
     if (trie_->root() != nullptr) {
         throw std::logic_error("a restart needs an empty table");
     }
+    writer_.forget();
+    mustRestart_ = false;
+    bool taken = false;
+    try {
+        taken = takeOver();
+    } catch (RefusedWrite const& refused) {
+        lastRefusal_ = refused;
+    } catch (Vexo::RangeException const&) {
+        // No bucket is left for a partition that shares one.
+    }
+    if (!taken) {
+        writer_.undo();
+        writer_.forget();
+        roots_.clear();
+        toImprove_.clear();
+        LpmTrie::removeAll(*trie_);
+        mustRestart_ = true;
+    }
+    return taken;
+}
+
+bool PartitionManager::takeOver() {
     auto bindings = writer_.hardware().bindings(writer_.vrfId(), trie_->af());
     auto const byPrefix = [](Binding const& a, Binding const& b) { return a.prefix < b.prefix; };
     std::sort(bindings.begin(), bindings.end(), byPrefix);
-    try {
-        dropLeftovers(bindings);
-        bool const topIsBound = !bindings.empty() && bindings.front().prefix.len() == 0;
-        if (!bindings.empty() && !topIsBound && !ensureTop()) {
-            return false;
-        }
-        adoptBindings(bindings);
-        if (trie_->root() != nullptr) {
-            adoptRoutes();
-            separateTenants();
-        }
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
-        writer_.undo();
+    dropLeftovers(bindings);
+    bool const topIsBound = !bindings.empty() && bindings.front().prefix.len() == 0;
+    if (!bindings.empty() && !topIsBound && !ensureTop()) {
         return false;
-    } catch (Vexo::RangeException const&) {
-        writer_.undo();
-        return false;  // no bucket is left
+    }
+    adoptBindings(bindings);
+    if (trie_->root() != nullptr) {
+        adoptRoutes();
+        separateTenants();
     }
     // A withdrawal may have been cut off before its partition, empty now, was merged.
     for (auto const& [prefix, root] : roots_) {

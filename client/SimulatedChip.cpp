@@ -27,6 +27,14 @@ SimulatedChip::Cell const* SimulatedChip::find(Bucket bucket) const noexcept {
 }
 
 WriteStatus SimulatedChip::apply(Write const& write) {
+    try {
+        return carryOut(write);
+    } catch (std::bad_alloc const&) {
+        return WriteStatus::transientError;  // before anything has changed
+    }
+}
+
+WriteStatus SimulatedChip::carryOut(Write const& write) {
     if (write.kind == WriteKind::allocate) {
         return allocate(write);
     }

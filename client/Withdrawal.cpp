@@ -15,7 +15,7 @@ using Nimbal::IpGenPrefix;
 
 Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
     checkPrefix(prefix);
-    if (!writer_.settle()) {
+    if (mustRestart_ || !writer_.settle()) {
         return owe(prefix, std::nullopt, Outcome::refused);
     }
     RouteNode* const node = routeNode(LpmTrie::findExact(*trie_, prefix));
@@ -26,6 +26,7 @@ Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
         RouteNode const* const above = nearestRouteAbove(node);
         writeCoversUnder(node, above != nullptr ? std::optional(routeAt(above)) : std::nullopt);
         writer_.eraseRoute(bucketOf(node), routeAt(node));
+        writer_.commit();
     } catch (RefusedWrite const& refused) {
         lastRefusal_ = refused;
         writer_.undo();
@@ -34,7 +35,6 @@ Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
         writer_.undo();
         throw;
     }
-    writer_.commit();
     ++counts_.withdrawn;
     Node* root = node;
     while (!root->partitionNode()) {
@@ -83,6 +83,7 @@ bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
     RecutChange recut(*trie_, writer_, std::move(planned));
     try {
         recut.run();
+        writer_.commit();
     } catch (RefusedWrite const& refused) {
         lastRefusal_ = refused;
         writer_.undo();
@@ -91,7 +92,6 @@ bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
         writer_.undo();
         throw;
     }
-    writer_.commit();
     complete(recut);
     return removeTop();  // the last route's partition may just have been merged into an empty one
 }
