@@ -93,6 +93,8 @@ void Trie::indexDel(Node* node) noexcept {
 
 /** Hangs `node` under `parent`, or makes it the root; the only place where such a link is made. */
 void Trie::hangUnder(Node* parent, U32 bit, Node* node) {
+    TrieIndex::linkedBy(index_.get(), parent);
+    TrieIndex::linkedBy(index_.get(), node);
     if (node != nullptr) {
         node->linkParent(parent);
     }

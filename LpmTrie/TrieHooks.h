@@ -9,6 +9,9 @@
 
 namespace LpmTrie {
 
+/** A route carries the table and the id object of the partition node that it was inserted from. */
+void assertSameLabels(Node* fromPartitionNode, Node* node);
+
 /** Marks that a hook runs, so that one which changes the trie is found out in debug builds. */
 class Trie::HookCall {
 public:

@@ -79,8 +79,12 @@ void TrieIndex::fetchCovering() const noexcept {
 }
 
 void TrieIndex::fetchAhead(Node const* node, Node const* next) const noexcept {
+    // `next` has not been checked yet: whoever goes on from it names it if it is broken.
+    if (next->index_ != number_ || !next->eyeCatcherIntact() || next->headLen_ > longest) {
+        return;
+    }
     U32 const depth = depthOf(next->headLen_);
-    if (depth == depthOf(node->headLen_) || next->index_ == 0) {
+    if (depth <= depthOf(node->headLen_)) {
         return;
     }
     // The walk enters a block. One of a few nodes is left sooner than memory answers, so that nodes
@@ -122,11 +126,20 @@ void TrieIndex::insert(Node* node) {
     }
 }
 
+void TrieIndex::linkedBy(TrieIndex const* own, Node* node) noexcept {
+    U16 const number = own != nullptr ? own->number_ : U16{0};
+    if (node != nullptr && node->index_ != 0 && node->index_ != number) [[unlikely]] {
+        node->indexLinkChanged();
+    }
+}
+
 void TrieIndex::del(Node* node) noexcept {
+    if (node->index_ != number_) {
+        node->indexLinkChanged();  // another trie's: that one's index cannot follow this
+        return;
+    }
     try {
-        if (node->index_ != 0) {
-            erase(node);
-        }
+        erase(node);
     } catch (std::bad_alloc const&) {
         giveUp();
     }

@@ -34,6 +34,10 @@ public:
     /** The one that a node knows by its number. */
     static TrieIndex& numbered(U16 number) noexcept;
 
+    /** A trie whose index is `own`, or that has none, links `node`: another trie's index gives up.
+     */
+    static void linkedBy(TrieIndex const* own, Node* node) noexcept;
+
     TrieIndex(TrieIndex const&) = delete;
     TrieIndex& operator=(TrieIndex const&) = delete;
     ~TrieIndex();

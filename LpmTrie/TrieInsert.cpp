@@ -195,6 +195,13 @@ Node* Trie::makeNode(Insertion const& insertion) {
 void Trie::giveRole(Node* node, Insertion const& insertion, bool newNode, HookErrors& errors) {
     if (insertion.counted) {
         node->fibRouteIs(true);
+        Node* const from = insertion.fromPartitionNode;
+        if (from != nullptr && (from->hwTable() != node->hwTable() ||
+                                from->partitionId() != node->partitionId())) [[unlikely]] {
+            // A hook gave the node other labels: the plain way finds it before it counts.
+            updatePartitionRouteCount(node->parent(), false, 1);
+            assertSameLabels(from, node);
+        }
         node->partitionRouteCountInc(1);
         node->routeCountInc(1);
         return;

@@ -23,6 +23,14 @@ void Trie::updateNode(Node* node, bool fibRoute, Node* fromPartitionNode, bool p
     errors.rethrow();
 }
 
+void assertSameLabels(Node* fromPartitionNode, Node* node) {
+    // Deliberate: the table first, so that it is the mismatch named when both differ.
+    LPM_SASSERT(fromPartitionNode->hwTable() == node->hwTable(), "unmatched hwTable. Node:", node,
+                " partition:", fromPartitionNode);
+    LPM_SASSERT(fromPartitionNode->partitionId() == node->partitionId(),
+                "unmatched partitionId. Node:", node, " partition:", fromPartitionNode);
+}
+
 void Trie::giveRole(Node* node, bool fibRoute, Node* fromPartitionNode, bool partitionNode,
                     bool newNode, HookErrors& errors) {
     LPM_TRACE(8, signature, node, "fibRoute:", fibRoute, " fromPartitionNode:", fromPartitionNode,
@@ -37,11 +45,7 @@ void Trie::giveRole(Node* node, bool fibRoute, Node* fromPartitionNode, bool par
     node->fibRouteIs(true);
     if (fromPartitionNode != nullptr) {
         updateParentRouteCount(fromPartitionNode, true);
-        // Deliberate: the table first, so that it is the mismatch named when both differ.
-        LPM_SASSERT(fromPartitionNode->hwTable() == node->hwTable(), "unmatched hwTable. Node:",
-                    node, " partition:", fromPartitionNode);
-        LPM_SASSERT(fromPartitionNode->partitionId() == node->partitionId(),
-                    "unmatched partitionId. Node:", node, " partition:", fromPartitionNode);
+        assertSameLabels(fromPartitionNode, node);
     }
     updatePartitionRouteCount(node, true, 1);
     node->routeCountInc(1);
