@@ -53,7 +53,7 @@ private:
 
     TableOptions const options_;
     MrtPeers peers_;
-    PathTable table_;
+    PathTable table_{peers_};
     NextHopNumbers& nextHops_;
     std::vector<InputReport> reports_;
 };

@@ -81,6 +81,19 @@ TEST_F(CommandDiffTest, mrtAndTextAreComparedAlike) {
     EXPECT_THAT(diff(mrt, "11.0.0.0/8\n", {"--list"}).out, StartsWith("- 10.0.0.0/8\n"));
 }
 
+TEST_F(CommandDiffTest, orderOfTheRecordsIsNoDifference) {
+    auto const told = [](char const* peer, char const* hop) {
+        return updateRecord("", origin() + nextHop(hop), routes({"10.0.0.0/8"}), {.peer = peer});
+    };
+    std::string const one = told("192.0.2.1", "192.0.2.1");
+    std::string const other = told("192.0.2.2", "192.0.2.2");
+    EXPECT_EQ(diff(one + other, other + one).status, 0);
+    EXPECT_EQ(diff(other + one, one + other).status, 0);
+    Ended const changed = diff(other + one, told("192.0.2.1", "192.0.2.3") + other, {"--list"});
+    EXPECT_EQ(changed.status, 1);
+    EXPECT_THAT(changed.out, StartsWith("~ 10.0.0.0/8\n"));
+}
+
 TEST_F(CommandDiffTest, whatCannotBeComparedIsNoDifference) {
     for (auto const& arguments : std::vector<std::vector<std::string>>{
              {"diff"},
