@@ -22,7 +22,7 @@ enum class RouteChange : Vexo::U8 { none, added, removed, nextHopChanged };
 class PathTable {
 public:
     /** `peers` has given out the numbers of all peers, and must live as long. */
-    explicit PathTable(MrtPeers const& peers) noexcept : peers_(&peers) {}
+    explicit PathTable(MrtPeers const& peers) : peers_(&peers) {}
 
     /** Replaces the path of this peer and identifier if there is one, as BGP has it. */
     RouteChange announce(U32 peer, U32 pathId, Nimbal::IpGenPrefix const& prefix,
