@@ -142,10 +142,14 @@ int runLookup(LookupCall const& call) {
     for (std::string const& address : call.addresses) {
         addresses.push_back(readAddress(address));
     }
+    auto const routes = readRoutes(call);
     PlanOptions options;
     options.bucketRoutes = call.source.bucket;
+    giveBucketsEnough(options, routes.size());
     Plan plan(options);
-    plan.takeTable(readRoutes(call));
+    plan.takeTable(routes);
+    PlanReport report;
+    plan.finish(report);
     std::string text;
     Json json = Json::array();
     bool agrees = true;
@@ -156,7 +160,10 @@ int runLookup(LookupCall const& call) {
         agrees = agrees && found.agrees();
     }
     writeAll(STDOUT_FILENO, call.json ? json.dump(2) + "\n" : text);
-    return agrees ? statusDone : statusFailed;
+    for (std::string const& trouble : plan.troubles()) {
+        fail(trouble, statusFailed);
+    }
+    return agrees && allRight(report) ? statusDone : statusFailed;
 }
 
 }  // namespace

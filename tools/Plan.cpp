@@ -19,6 +19,13 @@ std::size_t indexOf(AddressFamily af) noexcept {
 
 }  // namespace
 
+void giveBucketsEnough(PlanOptions& options, U64 routes) noexcept {
+    // A bucket for each route, one for the root of each family, and as many again for recuts.
+    U64 const most = std::min(2 * (routes + 2), U64{~U32{0}});
+    options.buckets = std::max(options.buckets, static_cast<U32>(most));
+    options.bindings = std::max(options.bindings, static_cast<U32>(most));
+}
+
 Plan::Plan(PlanOptions const& options)
     : options_(options),
       chip_({options.buckets, options.bucketRoutes, options.bindings}),

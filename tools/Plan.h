@@ -19,6 +19,10 @@ struct PlanOptions {
     U64 seed = 1;                   // of the random addresses
 };
 
+/** Sees to it that no table of so many routes lacks a bucket or a binding, however small they are.
+ */
+void giveBucketsEnough(PlanOptions& options, U64 routes) noexcept;
+
 /**
  * Programs a simulated chip with a table and the updates after it, one partition manager for each
  * family over one chip, and checks its answers before, half-way and after.
