@@ -1,6 +1,8 @@
+#include <tests/Support/AllocationFailure.h>
 #include <tests/tools/MrtBytes.h>
 #include <tests/tools/RunCommand.h>
 #include <tests/tools/TemporaryFiles.h>
+#include <tools/Command.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -105,6 +107,42 @@ TEST_F(CommandDiffTest, whatCannotBeComparedIsNoDifference) {
         EXPECT_EQ(ended.out, "");
         EXPECT_THAT(ended.err, StartsWith("lpmtrie: "));
     }
+}
+
+TEST_F(CommandDiffTest, outputThatCannotBeWrittenIsNoDifference) {
+    Descriptor const full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    std::string const one = files_.write("one", "10.0.0.0/8\n");
+    std::string const other = files_.write("other", "11.0.0.0/8\n");
+    Ended const ended = run({"diff", one, other}, {.out = full.number()});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.err, "lpmtrie: cannot write standard output: No space left on device\n");
+}
+
+TEST_F(CommandDiffTest, wantOfMemoryIsNoDifference) {
+    std::string const one = files_.write("one", "10.0.0.0/8\n");
+    std::string const other = files_.write("other", "11.0.0.0/8\n");
+    std::array<char const*, 4> const arguments{"lpmtrie", "diff", one.c_str(), other.c_str()};
+    Descriptor const nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    bool failed = false;
+    auto const endWithout = [&](Vexo::U64 site) {
+        testing::internal::CaptureStderr();
+        Redirection const output(1, nowhere.number());
+        TestSupport::AllocationFailure const failure(site);
+        int const status =
+            LpmTools::runCommand(static_cast<int>(arguments.size()), arguments.data());
+        failed = failure.hasHappened();
+        return status;
+    };
+    EXPECT_EQ(endWithout(~Vexo::U64{0}), 1);  // after it, all is there that is made but once
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    Vexo::U64 site = 0;
+    do {
+        int const status = endWithout(++site);
+        std::string const told = testing::internal::GetCapturedStderr();
+        ASSERT_EQ(status, failed ? 2 : 1) << "failing allocation number " << site;
+        ASSERT_TRUE(!failed || told.find("out of memory") != std::string::npos) << site << told;
+    } while (failed);
+    EXPECT_GT(site, 100U);
 }
 
 class CommandLookupTest : public testing::Test {
