@@ -24,6 +24,11 @@ bool isDone(Outcome outcome) noexcept {
     return outcome == Outcome::done || outcome == Outcome::unchanged;
 }
 
+/** The size of each of at most so many parts. */
+U64 partOf(U64 total, U64 parts) noexcept {
+    return std::max((total + parts - 1) / parts, U64{1});
+}
+
 /** Adds to `sum` what has come to `before` until `after`. */
 void addDifference(LpmClient::WriteCounts& sum, LpmClient::WriteCounts const& before,
                    LpmClient::WriteCounts const& after) {
@@ -98,8 +103,9 @@ void FamilyRun::apply(RouteEvent const& event) {
 }
 
 void FamilyRun::expectUpdates(U64 total) {
-    expected_ = total;
-    expectedDone_ = 0;
+    begun_ = updates_;
+    sampleEvery_ = partOf(total, updateSamples);
+    optimumEvery_ = sampleEvery_ * partOf(partOf(total, sampleEvery_), updateOptima);
     if (plan_.samples.empty()) {
         sample(true);
     }
@@ -107,10 +113,31 @@ void FamilyRun::expectUpdates(U64 total) {
 
 void FamilyRun::take(RouteEvent const& event) {
     apply(event);
-    ++expectedDone_;
-    if (EvenSteps(expected_, updateSamples).contains(expectedDone_)) {
-        sample(EvenSteps(expected_, updateOptima).contains(expectedDone_));
+    U64 const done = updates_ - begun_;
+    if (done > updateOptima * optimumEvery_) {
+        optimumEvery_ *= 2;
     }
+    if (done > updateSamples * sampleEvery_) {
+        sampleEvery_ *= 2;
+        thinSamples();
+    }
+    if (done % sampleEvery_ == 0) {
+        sample(done % optimumEvery_ == 0);
+    }
+}
+
+/** Of those since the updates began, leaves the ones that fall on steps. */
+void FamilyRun::thinSamples() {
+    std::erase_if(plan_.samples, [&](PlanSample const& sample) {
+        return sample.update > begun_ && (sample.update - begun_) % sampleEvery_ != 0;
+    });
+}
+
+void FamilyRun::endUpdates() {
+    if (!plan_.samples.empty() && plan_.samples.back().update != updates_) {
+        sample(true);
+    }
+    retry();
 }
 
 void FamilyRun::retry() {

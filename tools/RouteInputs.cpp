@@ -73,39 +73,56 @@ LpmClient::NextHop RouteInputs::numberOf(IpGenPrefix const& prefix) {
     return nextHop == nullptr ? 0 : nextHops_.of(*nextHop);
 }
 
+/** Leaves each live route once, where it came the last time. */
+void RouteInputs::leaveAlive(std::vector<IpGenPrefix>& added) const {
+    std::unordered_set<IpGenPrefix> seen;
+    auto kept = added.end();
+    for (auto at = added.end(); at != added.begin();) {
+        --at;
+        if (table_.nextHop(*at) != nullptr && seen.insert(*at).second) {
+            *--kept = *at;
+        }
+    }
+    added.erase(added.begin(), kept);
+}
+
 std::vector<Route> RouteInputs::readTables(std::span<std::string const> paths) {
+    constexpr std::size_t slack = 4096;
     std::vector<IpGenPrefix> added;
     bool isWithdrawn = false;
     for (std::string const& path : paths) {
         read(path, [&](RouteUpdate const& update) {
-            if (update.change == RouteChange::added) {
-                added.push_back(update.prefix);
-            }
             isWithdrawn = isWithdrawn || update.change == RouteChange::removed;
+            if (update.change != RouteChange::added) {
+                return;
+            }
+            added.push_back(update.prefix);
+            // Routes that come and go again and again: half of what stands here is of the past.
+            if (added.size() > 2 * table_.routes() + slack) {
+                leaveAlive(added);
+            }
         });
     }
+    if (isWithdrawn) {
+        leaveAlive(added);
+    }
     std::vector<Route> routes;
-    routes.reserve(table_.routes());
-    std::unordered_set<IpGenPrefix> seen;  // a route that went and came again has been added twice
+    routes.reserve(added.size());
     for (IpGenPrefix const& prefix : added) {
-        if (table_.nextHop(prefix) != nullptr && (!isWithdrawn || seen.insert(prefix).second)) {
-            routes.push_back({prefix, numberOf(prefix)});
-        }
+        routes.push_back({prefix, numberOf(prefix)});
     }
     return routes;
 }
 
-std::vector<RouteEvent> RouteInputs::readUpdates(std::span<std::string const> paths) {
-    std::vector<RouteEvent> events;
+void RouteInputs::readUpdates(std::span<std::string const> paths,
+                              std::function<void(RouteEvent const&)> const& take) {
     for (std::string const& path : paths) {
         read(path, [&](RouteUpdate const& update) {
             bool const hasRoute =
                 update.change == RouteChange::added || update.change == RouteChange::nextHopChanged;
-            events.push_back(
-                {{update.prefix, hasRoute ? numberOf(update.prefix) : 0}, update.change});
+            take({{update.prefix, hasRoute ? numberOf(update.prefix) : 0}, update.change});
         });
     }
-    return events;
 }
 
 std::string RouteInputs::firstError() const {
