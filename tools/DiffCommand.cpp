@@ -127,6 +127,7 @@ std::string listed(std::vector<Change> const& changes) {
 }
 
 int runDiff(DiffCall const& call) {
+    checkReadable(std::array{call.before, call.after});
     NextHopNumbers nextHops;
     auto const before = readTable(call, call.before, nextHops);
     auto const after = readTable(call, call.after, nextHops);
@@ -142,8 +143,9 @@ int runDiff(DiffCall const& call) {
     takeChanges(plan, changes);
     PlanReport report;
     plan.finish(report);
-    writeAll(STDOUT_FILENO,
-             (call.list ? listed(changes) : std::string()) + diffText(changes, atFirst, report));
+    writeAll(STDOUT_FILENO, (call.list ? listed(changes) : std::string()) +
+                                diffText(changes, atFirst, report) +
+                                (changes.empty() ? "equal\n" : ""));
     for (std::string const& trouble : plan.troubles()) {
         fail(trouble, statusUndecided);
     }

@@ -62,6 +62,8 @@ bool FamilyRun::download(std::vector<Route> const& routes) {
     if (!isDone(timed([&] { return manager_.download(routes); }))) {
         return false;
     }
+    plan_.tableRoutes = routes.size();
+    plan_.downloaded = true;
     for (Route const& route : routes) {
         right_.announce(route);
     }
@@ -72,6 +74,7 @@ bool FamilyRun::download(std::vector<Route> const& routes) {
 }
 
 void FamilyRun::takeOneByOne(std::vector<Route> const& routes) {
+    plan_.tableRoutes = routes.size();
     EvenSteps const samples(routes.size(), tableSamples);
     Progress progress(familyCode(plan_.af) + ": table", routes.size());
     for (std::size_t i = 0; i < routes.size(); ++i) {

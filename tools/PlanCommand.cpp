@@ -99,6 +99,8 @@ void takeInputs(PlanCall const& call, Plan& plan, PlanReport& report) {
     if (tables.empty() && call.updates.empty()) {
         tables = {"-"};
     }
+    checkReadable(tables);
+    checkReadable(call.updates);
     plan.takeTable(inputs.readTables(tables));
     plan.beginUpdates();
     inputs.readUpdates(call.updates, [&](RouteEvent const& event) { plan.takeUpdate(event); });

@@ -1,5 +1,11 @@
 #include <tools/RouteInputs.h>
 
+#include <tools/AnswerChecker.h>
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 #include <unordered_set>
 
 namespace LpmTools {
@@ -22,6 +28,16 @@ void describeMrt(MrtReader const& reader, InputReport& report) {
     report.announced = counts.dumpEntries + counts.announcements;
     report.withdrawn = counts.withdrawals;
     report.hostBitsCleared = counts.hostBitsCleared;
+    constexpr std::array messages{"messages of unknown types",
+                                  "messages that open a session",
+                                  "updates",
+                                  "notifications",
+                                  "keepalives",
+                                  "route refreshes"};
+    for (std::size_t type = 0; type < messages.size(); ++type) {
+        addSkipped(report, messages[type], counts.otherMessages[type]);
+    }
+    addSkipped(report, "state changes of sessions", counts.stateChanges);
     addSkipped(report, "of other families", counts.otherFamilies);
     addSkipped(report, "lists that end within a route", counts.cutRoutes);
     addSkipped(report, "records with bytes left over", counts.recordsWithMore);
@@ -43,6 +59,34 @@ void describeText(TextCounts const& counts, InputReport& report) {
 
 LpmClient::NextHop NextHopNumbers::of(NextHop const& nextHop) {
     return nextHop.size == 0 ? 0 : numbers_.try_emplace(nextHop, numbers_.size() + 1).first->second;
+}
+
+/** Of an address with a link-local one behind it, both. */
+std::string NextHopNumbers::textOf(LpmClient::NextHop number) const {
+    for (auto const& [nextHop, own] : numbers_) {
+        if (own != number) {
+            continue;
+        }
+        std::string text;
+        std::size_t const width = nextHop.size == 4 ? 4 : 16;
+        for (std::size_t at = 0; at + width <= nextHop.size; at += width) {
+            IpGenPrefix const address(
+                width == 4 ? Nimbal::AddressFamily::ipv4 : Nimbal::AddressFamily::ipv6,
+                std::span(nextHop.bytes).subspan(at, width), static_cast<U32>(8 * width));
+            text += (at == 0 ? "" : " ") + addressText(address);
+        }
+        return text;
+    }
+    return {};
+}
+
+void checkReadable(std::span<std::string const> paths) {
+    for (std::string const& path : paths) {
+        // Not opened: a pipe would notice.
+        if (path != "-" && ::eaccess(path.c_str(), R_OK) != 0) {
+            throw InputError(inputName(path) + ": cannot open: " + std::strerror(errno));
+        }
+    }
 }
 
 /** Calls `take(update)` for every update of an input. */

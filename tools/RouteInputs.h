@@ -22,10 +22,15 @@ struct RouteEvent {
 class NextHopNumbers {
 public:
     LpmClient::NextHop of(NextHop const& nextHop);
+    /** The address behind a number: "192.0.2.1"; empty for a number that was not given out. */
+    std::string textOf(LpmClient::NextHop number) const;
 
 private:
     std::map<NextHop, LpmClient::NextHop> numbers_;
 };
+
+/** Throws InputError for the first one that cannot be opened; before long work. */
+void checkReadable(std::span<std::string const> paths);
 
 /**
  * Reads tables and updates, text or MRT, that belong together: paths of one table, so that what one

@@ -13,6 +13,7 @@ namespace ToolsTest {
 namespace {
 
 using Json = nlohmann::json;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -62,7 +63,8 @@ TEST_F(CommandDiffTest, equalTablesEndWithStatusZero) {
     EXPECT_EQ(ended.status, 0);
     EXPECT_THAT(ended.out, HasSubstr("  writes                    0\n"));
     EXPECT_EQ(diff("", "").status, 0);
-    EXPECT_EQ(diff("", "").out, "");
+    EXPECT_THAT(ended.out, EndsWith("\nequal\n"));
+    EXPECT_EQ(diff("", "").out, "equal\n");
 }
 
 TEST_F(CommandDiffTest, nextHopsAreComparedWhereBothTablesTellThem) {
@@ -161,7 +163,7 @@ TEST_F(CommandLookupTest, addressIsFollowedToItsBucket) {
   longest match   10.1.0.0/16
   partition       10.1.0.0/16
   bucket          0
-  covering route  10.0.0.0/8, next hop 1
+  covering route  10.0.0.0/8, next hop 192.0.2.1
   path            Partition,0.0.0.0/0,2,1,0x1,hw:1
                   Fib,10.0.0.0/8,2,1,0x1,hw:1
                   Partition,Fib,10.1.0.0/16,1,1,0x0,hw:1
@@ -184,9 +186,10 @@ TEST_F(CommandLookupTest, addressIsFollowedToItsBucket) {
 TEST_F(CommandLookupTest, jsonTellsTheSame) {
     Ended const ended = run({"lookup", "10.1.2.3", "--table", table_, "--bucket=1", "--json"});
     EXPECT_EQ(Json::parse(ended.out), Json::parse(R"([{"address": "10.1.2.3",
-        "longestMatch": {"prefix": "10.1.0.0/16", "nextHop": 0},
+        "longestMatch": {"prefix": "10.1.0.0/16", "nextHop": 0, "nextHopAddress": null},
         "partition": "10.1.0.0/16", "bucket": 0,
-        "coveringRoute": {"prefix": "10.0.0.0/8", "nextHop": 1},
+        "coveringRoute": {"prefix": "10.0.0.0/8", "nextHop": 1,
+                          "nextHopAddress": "192.0.2.1"},
         "answeredByCoveringRoute": false, "chipAgrees": true,
         "path": ["Partition,0.0.0.0/0,2,1,0x1,hw:1", "Fib,10.0.0.0/8,2,1,0x1,hw:1",
                  "Partition,Fib,10.1.0.0/16,1,1,0x0,hw:1"]}])"));

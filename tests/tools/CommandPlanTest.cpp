@@ -54,6 +54,7 @@ TEST_F(CommandPlanTest, summaryTellsWhatTheTableAndTheUpdatesCost) {
     std::string const ipv4 =
         std::regex_replace(out.substr(0, out.find("\n\n")), std::regex("( time) +[0-9.]+"), "$1 T");
     EXPECT_EQ(ipv4, R"(ipv4
+  table                     3  routes, downloaded
   routes                    3
   buckets                   2  75.0 % full; 1.000 of the fewest possible, 2
   updates                   3  4 routes added, 1 next hops changed, 1 routes withdrawn
@@ -218,6 +219,9 @@ TEST_F(CommandPlanTest, whatHasNoRoomIsOwedAndNamed) {
     Ended const ended = run({"plan", table_, "--bucket=1", "--buckets=2", "--check=50"});
     EXPECT_EQ(ended.status, 1);
     EXPECT_THAT(ended.out, HasSubstr("  OWED: 1 updates found no room or were refused\n"));
+    EXPECT_THAT(ended.out, HasSubstr("  every answer of the chip right for the routes that found "
+                                     "room, every invariant verified"));
+    EXPECT_THAT(ended.out, HasSubstr("  table                     3  routes, one by one\n"));
     EXPECT_THAT(ended.out, HasSubstr("table: download; one by one where there was no room"));
     EXPECT_EQ(ended.err,
               "lpmtrie: ipv4: 1 updates are owed for want of room or refused: + 10.2.0.0/16\n"
@@ -227,15 +231,26 @@ TEST_F(CommandPlanTest, whatHasNoRoomIsOwedAndNamed) {
 TEST_F(CommandPlanTest, whatWasReadBeforeAnErrorCounts) {
     std::string const cut = message4("192.0.2.1", "", routes({"10.0.0.0/8"})) + std::string(5, 'x');
     std::string const mrt = files_.write("mrt", cut);
-    Ended const ended = run({"plan", mrt, files_.path("no"), table_, "--json"});
+    Ended const ended = run({"plan", mrt, table_, "--json"});
     EXPECT_EQ(ended.status, 1);
     Json const report = Json::parse(ended.out);
     EXPECT_EQ(report.at("families").at(0).at("routes"), 4);
     EXPECT_THAT(report.at("inputs").at(0).at("error").get<std::string>(),
                 StartsWith(mrt + ": record 2 at byte "));
-    EXPECT_EQ(std::ranges::count(ended.err, '\n'), 2);
-    EXPECT_THAT(ended.err, EndsWith("lpmtrie: " + files_.path("no") +
-                                    ": cannot open: No such file or directory\n"));
+    EXPECT_EQ(std::ranges::count(ended.err, '\n'), 1);
+}
+
+TEST_F(CommandPlanTest, fileThatCannotBeOpenedIsToldBeforeAnyWork) {
+    std::string const why =
+        "lpmtrie: " + files_.path("no") + ": cannot open: No such file or directory\n";
+    for (auto const& arguments : std::vector<std::vector<std::string>>{
+             {"plan", table_, files_.path("no")},
+             {"plan", table_, "--updates", updates_, files_.path("no")}}) {
+        Ended const ended = run(arguments);
+        EXPECT_EQ(ended.status, 1);
+        EXPECT_EQ(ended.out, "");
+        EXPECT_EQ(ended.err, why);
+    }
 }
 
 TEST_F(CommandPlanTest, misuseIsRefused) {

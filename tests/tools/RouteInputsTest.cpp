@@ -1,5 +1,6 @@
 #include <tools/RouteInputs.h>
 
+#include <tests/tools/MrtBytes.h>
 #include <tests/tools/TemporaryFiles.h>
 
 #include <gmock/gmock.h>
@@ -60,6 +61,37 @@ TEST_F(RouteInputsTest, updatesAreHandedOnWithWhatTheyMean) {
                             std::pair(RouteChange::nextHopChanged, 2),
                             std::pair(RouteChange::removed, 0)));
     EXPECT_EQ(inputs_.reports().at(0).withdrawn, 1U);
+}
+
+TEST_F(RouteInputsTest, nextHopsAreToldAsTheirAddresses) {
+    tableOf("A 10.0.0.0/8 192.0.2.1\nA 11.0.0.0/8 2001:db8::1\n");
+    EXPECT_EQ(nextHops_.textOf(1), "192.0.2.1");
+    EXPECT_EQ(nextHops_.textOf(2), "2001:db8::1");
+    EXPECT_EQ(nextHops_.textOf(3), "");
+    auto const bytes = ToolsTest::address("2001:db8::2") + ToolsTest::address("fe80::1");
+    NextHop const both(std::span(reinterpret_cast<Vexo::U8 const*>(bytes.data()), bytes.size()));
+    EXPECT_EQ(nextHops_.textOf(nextHops_.of(both)), "2001:db8::2 fe80::1");
+}
+
+TEST_F(RouteInputsTest, messagesThatAreNotUsedAreCounted) {
+    using namespace ToolsTest;
+    std::string const stateChange = record(16, 5, Session().longAs() + u16(5) + u16(6));
+    std::string const keepalive = record(16, 4, Session().longAs() + message(4, ""));
+    tableOf(keepalive + stateChange + keepalive);
+    using Skipped = std::pair<std::string, U64>;
+    EXPECT_THAT(inputs_.reports().at(0).skipped,
+                ElementsAre(Skipped("keepalives", 2), Skipped("state changes of sessions", 1)));
+}
+
+TEST_F(RouteInputsTest, fileThatCannotBeOpenedIsToldAtOnce) {
+    std::array const paths{std::string("-"), files_.write("table", ""), files_.path("no")};
+    EXPECT_NO_THROW(checkReadable(std::span(paths).first(2)));
+    try {
+        checkReadable(paths);
+        FAIL() << "a file that there is not is readable";
+    } catch (InputError const& error) {
+        EXPECT_EQ(error.what(), paths[2] + ": cannot open: No such file or directory");
+    }
 }
 
 }  // namespace
