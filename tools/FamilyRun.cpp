@@ -24,11 +24,6 @@ bool isDone(Outcome outcome) noexcept {
     return outcome == Outcome::done || outcome == Outcome::unchanged;
 }
 
-/** The size of each of at most so many parts. */
-U64 partOf(U64 total, U64 parts) noexcept {
-    return std::max((total + parts - 1) / parts, U64{1});
-}
-
 /** Adds to `sum` what has come to `before` until `after`. */
 void addDifference(LpmClient::WriteCounts& sum, LpmClient::WriteCounts const& before,
                    LpmClient::WriteCounts const& after) {

@@ -6,6 +6,8 @@
 #include <tools/RouteInputs.h>
 #include <tools/Xoshiro.h>
 
+#include <algorithm>
+
 namespace LpmTools {
 
 /** Which of `total` steps are even parts of the whole: at most `parts` of them, the last included.
@@ -23,6 +25,11 @@ private:
     U64 total_;
     U64 parts_;
 };
+
+/** The size of each of at most so many parts. */
+inline U64 partOf(U64 total, U64 parts) noexcept {
+    return std::max((total + parts - 1) / parts, U64{1});
+}
 
 /**
  * One family's part of a plan: its partition manager on the chip, a naive table of what the chip
