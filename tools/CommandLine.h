@@ -22,7 +22,7 @@ namespace LpmTools {
 constexpr int statusDone = 0;
 constexpr int statusFailed = 1;
 constexpr int statusMisused = 2;
-// Of `diff`, whose caller must not take a failure for an answer: every failure is `statusUndecided`.
+// Of `diff`, whose caller must not take a failure for an answer: all of them are the second.
 constexpr int statusDifferent = 1;
 constexpr int statusUndecided = 2;
 
