@@ -2,7 +2,7 @@
 #
 #   library      the shared library
 #   development  headers, the static library, the CMake package, the pkg-config files
-#   tools        the command and its manual page
+#   tools        the command, its manual page and its completion in bash
 #   python       the Python package
 #   client       headers and static library of the reference client
 #
@@ -78,6 +78,11 @@ install(TARGETS Client ARCHIVE COMPONENT client)
 
 if(TARGET lpmtrie)
     install(TARGETS lpmtrie RUNTIME COMPONENT tools)
+    # Where bash looks for it, under the command's name, once the command is first completed.
+    install(FILES tools/lpmtrie.bash-completion
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+        RENAME lpmtrie
+        COMPONENT tools)
     if(EXISTS "${PROJECT_SOURCE_DIR}/docs/lpmtrie.1")
         install(FILES docs/lpmtrie.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
     endif()

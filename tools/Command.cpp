@@ -12,6 +12,7 @@
 
 #include <csignal>
 #include <sstream>
+#include <string_view>
 
 namespace LpmTools {
 
@@ -66,6 +67,9 @@ int runCommand(int argumentCount, char const* const* arguments) {
     // So is a file that must not grow any more.
     std::signal(SIGXFSZ, SIG_IGN);
     sealClosedStreams();
+    // Known before there is a parser, for which there may be no memory.
+    bool const isDiff = argumentCount > 1 && std::string_view(arguments[1]) == "diff";
+    int const failed = isDiff ? statusUndecided : statusFailed;
     try {
         return Command().run(argumentCount, arguments);
     } catch (BadLine const& error) {
@@ -75,9 +79,9 @@ int runCommand(int argumentCount, char const* const* arguments) {
     } catch (std::invalid_argument const& error) {
         return fail(error.what(), statusMisused);
     } catch (std::bad_alloc const&) {
-        return fail("out of memory", statusFailed);
+        return fail("out of memory", failed);
     } catch (std::exception const& error) {
-        return fail(error.what(), statusFailed);
+        return fail(error.what(), failed);
     }
 }
 

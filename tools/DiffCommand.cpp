@@ -39,8 +39,7 @@ std::vector<Route> readTable(DiffCall const& call, std::string const& path,
     RouteInputs inputs(call.source.table, nextHops);
     auto const routes = inputs.readTables({&path, 1});
     if (!inputs.firstError().empty()) {
-        // Not the status of a failure: that of tables that differ is the same.
-        throw std::invalid_argument(inputs.firstError());
+        throw InputError(inputs.firstError());
     }
     return routes;
 }
@@ -128,13 +127,15 @@ std::string listed(std::vector<Change> const& changes) {
 }
 
 int runDiff(DiffCall const& call) {
-    PlanOptions options;
-    options.bucketRoutes = call.source.bucket;
-    options.checksAnswers = false;
+    checkReadable(std::array{call.before, call.after});
     NextHopNumbers nextHops;
     auto const before = readTable(call, call.before, nextHops);
     auto const after = readTable(call, call.after, nextHops);
     auto const changes = compare(before, after);
+    PlanOptions options;
+    options.bucketRoutes = call.source.bucket;
+    options.checksAnswers = false;
+    giveBucketsEnough(options, before.size() + after.size());
     Plan plan(options);
     plan.takeTable(before);
     PlanReport atFirst;
@@ -142,12 +143,13 @@ int runDiff(DiffCall const& call) {
     takeChanges(plan, changes);
     PlanReport report;
     plan.finish(report);
-    writeAll(STDOUT_FILENO,
-             (call.list ? listed(changes) : std::string()) + diffText(changes, atFirst, report));
+    writeAll(STDOUT_FILENO, (call.list ? listed(changes) : std::string()) +
+                                diffText(changes, atFirst, report) +
+                                (changes.empty() ? "equal\n" : ""));
     for (std::string const& trouble : plan.troubles()) {
-        fail(trouble, statusFailed);
+        fail(trouble, statusUndecided);
     }
-    return changes.empty() && allRight(report) ? statusDone : statusFailed;
+    return !allRight(report) ? statusUndecided : changes.empty() ? statusDone : statusDifferent;
 }
 
 }  // namespace

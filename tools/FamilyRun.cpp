@@ -57,6 +57,8 @@ bool FamilyRun::download(std::vector<Route> const& routes) {
     if (!isDone(timed([&] { return manager_.download(routes); }))) {
         return false;
     }
+    plan_.tableRoutes = routes.size();
+    plan_.downloaded = true;
     for (Route const& route : routes) {
         right_.announce(route);
     }
@@ -67,6 +69,7 @@ bool FamilyRun::download(std::vector<Route> const& routes) {
 }
 
 void FamilyRun::takeOneByOne(std::vector<Route> const& routes) {
+    plan_.tableRoutes = routes.size();
     EvenSteps const samples(routes.size(), tableSamples);
     Progress progress(familyCode(plan_.af) + ": table", routes.size());
     for (std::size_t i = 0; i < routes.size(); ++i) {
@@ -98,8 +101,9 @@ void FamilyRun::apply(RouteEvent const& event) {
 }
 
 void FamilyRun::expectUpdates(U64 total) {
-    expected_ = total;
-    expectedDone_ = 0;
+    begun_ = updates_;
+    sampleEvery_ = partOf(total, updateSamples);
+    optimumEvery_ = sampleEvery_ * partOf(partOf(total, sampleEvery_), updateOptima);
     if (plan_.samples.empty()) {
         sample(true);
     }
@@ -107,10 +111,31 @@ void FamilyRun::expectUpdates(U64 total) {
 
 void FamilyRun::take(RouteEvent const& event) {
     apply(event);
-    ++expectedDone_;
-    if (EvenSteps(expected_, updateSamples).contains(expectedDone_)) {
-        sample(EvenSteps(expected_, updateOptima).contains(expectedDone_));
+    U64 const done = updates_ - begun_;
+    if (done > updateOptima * optimumEvery_) {
+        optimumEvery_ *= 2;
     }
+    if (done > updateSamples * sampleEvery_) {
+        sampleEvery_ *= 2;
+        thinSamples();
+    }
+    if (done % sampleEvery_ == 0) {
+        sample(done % optimumEvery_ == 0);
+    }
+}
+
+/** Of those since the updates began, leaves the ones that fall on steps. */
+void FamilyRun::thinSamples() {
+    std::erase_if(plan_.samples, [&](PlanSample const& sample) {
+        return sample.update > begun_ && (sample.update - begun_) % sampleEvery_ != 0;
+    });
+}
+
+void FamilyRun::endUpdates() {
+    if (!plan_.samples.empty() && plan_.samples.back().update != updates_) {
+        sample(true);
+    }
+    retry();
 }
 
 void FamilyRun::retry() {

@@ -6,6 +6,8 @@
 #include <tools/RouteInputs.h>
 #include <tools/Xoshiro.h>
 
+#include <algorithm>
+
 namespace LpmTools {
 
 /** Which of `total` steps are even parts of the whole: at most `parts` of them, the last included.
@@ -24,6 +26,11 @@ private:
     U64 parts_;
 };
 
+/** The size of each of at most so many parts. */
+inline U64 partOf(U64 total, U64 parts) noexcept {
+    return std::max((total + parts - 1) / parts, U64{1});
+}
+
 /**
  * One family's part of a plan: its partition manager on the chip, a naive table of what the chip
  * ought to hold, and the figures as they come about. An update that is owed is not in the naive
@@ -40,11 +47,14 @@ public:
     bool download(std::vector<LpmClient::Route> const& routes);
     /** One route after the other, with a sample at every tenth. */
     void takeOneByOne(std::vector<LpmClient::Route> const& routes);
-    /** `total` events will come: samples are taken at up to 100 even steps. */
+    /**
+     * `total` events will come, or 0: nobody knows how many. Samples are taken at up to 100 even
+     * steps; where these become too many, every other one goes and the step is doubled.
+     */
     void expectUpdates(U64 total);
     void take(RouteEvent const& event);
-    /** Tries once more what is owed. */
-    void retry();
+    /** The last sample. Then tries once more what is owed. */
+    void endUpdates();
     void checkAnswers(U64 random, Xoshiro& numbers);
     /** Verifies the trie, which is fatal where it fails, audits the chip, and tells all figures. */
     FamilyPlan finish();
@@ -58,6 +68,8 @@ private:
     auto timed(Action const& action);
     void apply(RouteEvent const& event);
     void sample(bool withOptimum);
+    void thinSamples();
+    void retry();
     void countBuckets();
     void countDepths();
 
@@ -67,8 +79,9 @@ private:
     NaiveTable right_;
     FamilyPlan plan_;
     U64 updates_ = 0;
-    U64 expectedDone_ = 0;
-    U64 expected_ = 0;
+    U64 begun_ = 0;         // `updates_` when the expected ones began
+    U64 sampleEvery_ = 1;   // so many of these
+    U64 optimumEvery_ = 1;  // a multiple of it
     std::vector<LpmClient::Difference> differences_;
 };
 

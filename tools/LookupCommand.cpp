@@ -76,58 +76,68 @@ Found find(Plan& plan, IpGenPrefix const& address) {
     return found;
 }
 
-std::string text(std::optional<Route> const& route) {
+std::string text(std::optional<Route> const& route, NextHopNumbers const& nextHops) {
     if (!route) {
         return "none";
     }
     std::string const prefix = route->prefix.stringValue();
-    return route->nextHop == 0 ? prefix : prefix + ", next hop " + std::to_string(route->nextHop);
+    if (route->nextHop == 0) {
+        return prefix;
+    }
+    // Of a generated table, next hops are numbers and nothing else.
+    std::string const address = nextHops.textOf(route->nextHop);
+    return prefix + ", next hop " + (address.empty() ? std::to_string(route->nextHop) : address);
 }
 
-std::string foundText(Found const& found) {
+std::string foundText(Found const& found, NextHopNumbers const& nextHops) {
     auto const& answer = found.answer;
     std::string text = addressText(found.address) + "\n";
     auto const add = [&](char const* label, std::string const& value) {
         text += Vexo::formatString("  %-15s %s\n", label, value.c_str());
     };
-    add("longest match", LpmTools::text(found.match));
+    add("longest match", LpmTools::text(found.match, nextHops));
     add("partition", answer.binding ? std::string(answer.binding->stringValue()) : "none");
     add("bucket", answer.binding ? std::to_string(answer.bucket) : "none");
     add("covering route",
-        LpmTools::text(found.cover) + (answer.fromCover ? ", which answers" : ""));
+        LpmTools::text(found.cover, nextHops) + (answer.fromCover ? ", which answers" : ""));
     for (std::size_t i = 0; i < found.path.size(); ++i) {
         add(i == 0 ? "path" : "", found.path[i]);
     }
     if (!found.agrees()) {
-        add("FAILED", "the chip answers " + LpmTools::text(answer.route));
+        add("FAILED", "the chip answers " + LpmTools::text(answer.route, nextHops));
     }
     return text;
 }
 
-Json routeJson(std::optional<Route> const& route) {
-    return route ? Json{{"prefix", route->prefix.stringValue()}, {"nextHop", route->nextHop}}
-                 : Json();
+Json routeJson(std::optional<Route> const& route, NextHopNumbers const& nextHops) {
+    if (!route) {
+        return {};
+    }
+    std::string const address = nextHops.textOf(route->nextHop);
+    return {{"prefix", route->prefix.stringValue()},
+            {"nextHop", route->nextHop},
+            {"nextHopAddress", address.empty() ? Json() : Json(address)}};
 }
 
-Json foundJson(Found const& found) {
+Json foundJson(Found const& found, NextHopNumbers const& nextHops) {
     auto const& answer = found.answer;
     bool const isBound = answer.binding.has_value();
     return {{"address", addressText(found.address)},
-            {"longestMatch", routeJson(found.match)},
+            {"longestMatch", routeJson(found.match, nextHops)},
             {"partition", isBound ? Json(answer.binding->stringValue()) : Json()},
             {"bucket", isBound ? Json(answer.bucket) : Json()},
-            {"coveringRoute", routeJson(found.cover)},
+            {"coveringRoute", routeJson(found.cover, nextHops)},
             {"answeredByCoveringRoute", answer.fromCover},
             {"chipAgrees", found.agrees()},
             {"path", found.path}};
 }
 
-std::vector<Route> readRoutes(LookupCall const& call) {
+std::vector<Route> readRoutes(LookupCall const& call, NextHopNumbers& nextHops) {
     if (call.source.builtin) {
         checkBuiltinAlone(!call.tables.empty());
         return generateRoutes(call.source);
     }
-    NextHopNumbers nextHops;
+    checkReadable(call.tables);
     RouteInputs inputs(call.source.table, nextHops);
     auto routes =
         inputs.readTables(call.tables.empty() ? std::vector<std::string>{"-"} : call.tables);
@@ -142,21 +152,29 @@ int runLookup(LookupCall const& call) {
     for (std::string const& address : call.addresses) {
         addresses.push_back(readAddress(address));
     }
+    NextHopNumbers nextHops;
+    auto const routes = readRoutes(call, nextHops);
     PlanOptions options;
     options.bucketRoutes = call.source.bucket;
+    giveBucketsEnough(options, routes.size());
     Plan plan(options);
-    plan.takeTable(readRoutes(call));
+    plan.takeTable(routes);
+    PlanReport report;
+    plan.finish(report);
     std::string text;
     Json json = Json::array();
     bool agrees = true;
     for (IpGenPrefix const& address : addresses) {
         Found const found = find(plan, address);
-        text += foundText(found);
-        json.push_back(foundJson(found));
+        text += foundText(found, nextHops);
+        json.push_back(foundJson(found, nextHops));
         agrees = agrees && found.agrees();
     }
     writeAll(STDOUT_FILENO, call.json ? json.dump(2) + "\n" : text);
-    return agrees ? statusDone : statusFailed;
+    for (std::string const& trouble : plan.troubles()) {
+        fail(trouble, statusFailed);
+    }
+    return agrees && allRight(report) ? statusDone : statusFailed;
 }
 
 }  // namespace

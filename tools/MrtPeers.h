@@ -2,6 +2,7 @@
 
 #include <Nimbal/IpGenPrefix.h>
 
+#include <compare>
 #include <unordered_map>
 #include <vector>
 
@@ -19,7 +20,8 @@ struct MrtPeer {
     Vexo::U32 as = 0;
     bool isLocal = false;  // sent to this neighbour, not heard from it
 
-    bool operator==(MrtPeer const&) const noexcept = default;
+    /** By address, AS, and who has sent it. */
+    auto operator<=>(MrtPeer const&) const noexcept = default;
 };
 
 /**

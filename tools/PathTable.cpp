@@ -11,8 +11,6 @@
 
 #include <Torvel/HashMix.h>
 
-#include <tuple>
-
 namespace LpmTools {
 
 using Nimbal::IpGenPrefix;
@@ -110,12 +108,17 @@ void PathTable::leaveHop(U32 hop) {
 U32* PathTable::findPlace(U32* link, U32 peer, U32 pathId) {
     while (*link != Pool<Path>::none) {
         Path& path = paths_[*link];
-        if (std::tie(path.peer, path.pathId) >= std::tie(peer, pathId)) {
+        if (!isBefore(path, peer, pathId)) {
             break;
         }
         link = &path.link;
     }
     return link;
+}
+
+bool PathTable::isBefore(Path const& path, U32 peer, U32 pathId) const {
+    // Different numbers are different peers.
+    return path.peer == peer ? path.pathId < pathId : (*peers_)[path.peer] < (*peers_)[peer];
 }
 
 bool PathTable::isPath(U32 number, U32 peer, U32 pathId) const {

@@ -2,6 +2,7 @@
 
 #include <Nimbal/IpGenPrefix.h>
 #include <tools/IndexedPool.h>
+#include <tools/MrtPeers.h>
 #include <tools/NextHop.h>
 
 namespace LpmTools {
@@ -11,15 +12,18 @@ enum class RouteChange : Vexo::U8 { none, added, removed, nextHopChanged };
 
 /**
  * The live paths of many peers. All paths to one prefix are one route, which lives while it has a
- * path. Its next hop is that of its first path: of the lowest peer number, and of those the one of
- * the lowest path identifier. That is no path selection as routers do it, but depends on nothing
- * but the set of paths.
+ * path. Its next hop is that of its first path: of the lowest peer, by address and AS, and of those
+ * the one of the lowest path identifier. That is no path selection as routers do it, but depends on
+ * nothing but the set of paths: not on the numbers of the peers, which tell the order of reading.
  *
  * A path takes 16 bytes, a route 28 and its place in the index 5 to 11. A change takes time linear
  * in the paths of its route. One that fails for want of memory changes no path.
  */
 class PathTable {
 public:
+    /** `peers` has given out the numbers of all peers, and must live as long. */
+    explicit PathTable(MrtPeers const& peers) : peers_(&peers) {}
+
     /** Replaces the path of this peer and identifier if there is one, as BGP has it. */
     RouteChange announce(U32 peer, U32 pathId, Nimbal::IpGenPrefix const& prefix,
                          NextHop const& nextHop);
@@ -64,9 +68,11 @@ private:
     U32 useHop(NextHop const& nextHop);
     void leaveHop(U32 hop);
     U32* findPlace(U32* link, U32 peer, U32 pathId);
+    bool isBefore(Path const& path, U32 peer, U32 pathId) const;
     bool isPath(U32 number, U32 peer, U32 pathId) const;
     RouteChange addRoute(Path const& path, Nimbal::IpGenPrefix const& prefix);
 
+    MrtPeers const* peers_;
     IndexedPool<Route, std::hash<Nimbal::IpGenPrefix>> routes_;
     Pool<Path> paths_;
     IndexedPool<Hop, HopHash> hops_;

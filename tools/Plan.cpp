@@ -1,8 +1,7 @@
 #include <tools/Plan.h>
 
-#include <tools/Progress.h>
-
 #include <algorithm>
+#include <utility>
 
 namespace LpmTools {
 
@@ -18,6 +17,13 @@ std::size_t indexOf(AddressFamily af) noexcept {
 }
 
 }  // namespace
+
+void giveBucketsEnough(PlanOptions& options, U64 routes) noexcept {
+    // A bucket for each route, one for the root of each family, and as many again for recuts.
+    U64 const most = std::min(2 * (routes + 2), U64{~U32{0}});
+    options.buckets = std::max(options.buckets, static_cast<U32>(most));
+    options.bindings = std::max(options.bindings, static_cast<U32>(most));
+}
 
 Plan::Plan(PlanOptions const& options)
     : options_(options),
@@ -66,36 +72,59 @@ void Plan::takeTable(AddressFamily af, std::vector<Route> const& routes) {
     run.takeOneByOne(routes);
 }
 
-void Plan::takeUpdates(std::vector<RouteEvent> const& events) {
+void Plan::beginUpdates() {
+    constexpr U64 firstCheck = 1000;
+    beginUpdates({});
+    checkAt_ = firstCheck;
+}
+
+void Plan::beginUpdates(std::array<U64, 2> const& totals) {
     check();
-    if (events.empty()) {
+    totals_ = totals;
+    isUpdated_ = {};
+    taken_ = 0;
+    U64 const total = totals[0] + totals[1];
+    checkAt_ = total / 2;
+    progress_.emplace("updates", total);
+}
+
+void Plan::takeUpdate(RouteEvent const& event) {
+    if (taken_++ == checkAt_) {
+        check();
+        checkAt_ *= 10;
+    }
+    std::size_t const index = indexOf(event.route.prefix.af());
+    FamilyRun& run = family(event.route.prefix.af());
+    if (!std::exchange(isUpdated_[index], true)) {
+        run.expectUpdates(totals_[index]);
+    }
+    run.take(event);
+    progress_->step();
+}
+
+void Plan::endUpdates() {
+    progress_.reset();
+    if (taken_ == 0) {
         return;
     }
+    for (auto const& run : families_) {
+        if (run) {
+            run->endUpdates();
+        }
+    }
+    check();
+}
+
+void Plan::takeUpdates(std::vector<RouteEvent> const& events) {
     std::array<U64, 2> totals{};
     for (RouteEvent const& event : events) {
         ++totals[indexOf(event.route.prefix.af())];
     }
-    for (AddressFamily const af : families) {
-        if (totals[indexOf(af)] > 0) {
-            family(af).expectUpdates(totals[indexOf(af)]);
-        }
+    beginUpdates(totals);
+    for (RouteEvent const& event : events) {
+        takeUpdate(event);
     }
-    {
-        Progress progress("updates", events.size());
-        for (std::size_t i = 0; i < events.size(); ++i) {
-            if (i == events.size() / 2) {
-                check();
-            }
-            family(events[i].route.prefix.af()).take(events[i]);
-            progress.step();
-        }
-    }
-    for (auto const& run : families_) {
-        if (run) {
-            run->retry();
-        }
-    }
-    check();
+    endUpdates();
 }
 
 void Plan::check() {

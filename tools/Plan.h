@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tools/FamilyRun.h>
+#include <tools/Progress.h>
 
 #include <array>
 #include <memory>
@@ -19,9 +20,13 @@ struct PlanOptions {
     U64 seed = 1;                   // of the random addresses
 };
 
+/** Sees to it that no table of so many routes lacks a bucket or a binding, however small they are.
+ */
+void giveBucketsEnough(PlanOptions& options, U64 routes) noexcept;
+
 /**
  * Programs a simulated chip with a table and the updates after it, one partition manager for each
- * family over one chip, and checks its answers before, half-way and after.
+ * family over one chip, and checks its answers before the updates, after them and on the way.
  */
 class Plan {
 public:
@@ -29,6 +34,14 @@ public:
     explicit Plan(PlanOptions const& options);
 
     void takeTable(std::vector<LpmClient::Route> const& routes);
+    /**
+     * Updates as they come, between a beginning and an end; none is kept. Answers are checked after
+     * 1,000 of them, 10,000 and so on.
+     */
+    void beginUpdates();
+    void takeUpdate(RouteEvent const& event);
+    void endUpdates();
+    /** The same for updates that are all there, with a check half-way. */
     void takeUpdates(std::vector<RouteEvent> const& events);
     /** May be called again after more updates. Audits; fills all of `report` but the inputs and the
      * generator's seed. */
@@ -45,6 +58,7 @@ public:
 private:
     FamilyRun& family(Nimbal::AddressFamily af);
     void takeTable(Nimbal::AddressFamily af, std::vector<LpmClient::Route> const& routes);
+    void beginUpdates(std::array<U64, 2> const& totals);
     void check();
 
     PlanOptions const options_;
@@ -53,6 +67,11 @@ private:
     Xoshiro random_;
     std::array<std::unique_ptr<FamilyRun>, 2> families_;  // IPv4, IPv6
     std::string start_;
+    std::array<U64, 2> totals_{};  // updates to come, 0 where that is not known
+    std::array<bool, 2> isUpdated_{};
+    U64 taken_ = 0;    // updates since they began
+    U64 checkAt_ = 0;  // so many of them
+    std::optional<Progress> progress_;
 };
 
 /** Is the report one of a run in which everything went right? */

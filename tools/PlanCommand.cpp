@@ -48,7 +48,7 @@ void addPlanningOptions(CLI::App& command, PlanCall& call) {
     command.add_flag("--optimum", call.plan.optimum, "Compute the fewest buckets possible, too");
     addNumber(command, "--check", call.plan.checkedAddresses,
               "Random addresses to look up in the chip, beside each prefix's first and last one, "
-              "before the updates, half-way and after");
+              "before the updates, on the way and after");
 }
 
 void addInputOptions(CLI::App& command, PlanCall& call) {
@@ -99,11 +99,13 @@ void takeInputs(PlanCall const& call, Plan& plan, PlanReport& report) {
     if (tables.empty() && call.updates.empty()) {
         tables = {"-"};
     }
-    auto const routes = inputs.readTables(tables);
-    auto const events = inputs.readUpdates(call.updates);
+    checkReadable(tables);
+    checkReadable(call.updates);
+    plan.takeTable(inputs.readTables(tables));
+    plan.beginUpdates();
+    inputs.readUpdates(call.updates, [&](RouteEvent const& event) { plan.takeUpdate(event); });
+    plan.endUpdates();
     report.inputs = inputs.reports();
-    plan.takeTable(routes);
-    plan.takeUpdates(events);
 }
 
 std::string dotOf(Plan& plan, std::optional<Nimbal::IpGenPrefix> const& prefix) {

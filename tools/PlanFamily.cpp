@@ -41,7 +41,7 @@ std::vector<HtmlTile> mainTiles(PlanReport const& report, FamilyPlan const& plan
 /** What the partition manager has done. */
 std::vector<HtmlTile> workTiles(FamilyPlan const& plan) {
     LpmClient::ManagerCounts const& counts = plan.counts;
-    U64 const updates = counts.added + counts.changed + counts.withdrawn;
+    U64 const done = counts.added + counts.changed + counts.withdrawn;
     return {
         {"Routes added", groupedNumber(counts.added), ""},
         {"Next hops changed", groupedNumber(counts.changed), ""},
@@ -51,10 +51,11 @@ std::vector<HtmlTile> workTiles(FamilyPlan const& plan) {
         {"Recuts", groupedNumber(counts.splits + counts.merges + counts.shifts),
          groupedNumber(counts.splits) + " into more buckets, " + groupedNumber(counts.merges) +
              " into fewer, " + groupedNumber(counts.shifts) + " into as many"},
-        {"Moves an update", decimalNumber(perEach(counts.moves, updates), 3), ""},
+        {"Moves an update", decimalNumber(perEach(counts.moves, updatesOf(plan)), 3),
+         "of " + groupedNumber(updatesOf(plan)) + " updates"},
         {"Time in it", decimalNumber(plan.seconds, 2) + " s",
-         decimalNumber(updates == 0 ? 0 : plan.seconds / static_cast<double>(updates) * 1e6, 2) +
-             " \u00b5s an update"},
+         decimalNumber(done == 0 ? 0 : plan.seconds / static_cast<double>(done) * 1e6, 2) +
+             " \u00b5s a route added, changed or withdrawn"},
     };
 }
 

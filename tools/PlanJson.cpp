@@ -61,6 +61,7 @@ Json familyJson(FamilyPlan const& plan) {
         samples.push_back(sampleJson(sample));
     }
     return {{"family", familyCode(plan.af)},
+            {"table", {{"routes", plan.tableRoutes}, {"downloaded", plan.downloaded}}},
             {"routes", plan.routes},
             {"buckets", plan.buckets},
             {"optimum", orNull(plan.optimum)},

@@ -40,6 +40,8 @@ struct AnswerCheck {
 /** One family's plan. */
 struct FamilyPlan {
     Nimbal::AddressFamily af = Nimbal::AddressFamily::none;
+    U64 tableRoutes = 0;      // taken in before all updates
+    bool downloaded = false;  // these, at once; one by one they are updates
     U64 routes = 0;
     U64 buckets = 0;
     std::optional<U64> optimum;
@@ -77,6 +79,11 @@ struct PlanReport {
     std::optional<U64> seed;  // of a generated table
     std::vector<FamilyPlan> families;
 };
+
+/** Announcements and withdrawals, those without an effect too, but not a table downloaded. */
+inline U64 updatesOf(FamilyPlan const& plan) noexcept {
+    return plan.samples.empty() ? 0 : plan.samples.back().update;
+}
 
 /** The summary for a person, ending in a line feed. */
 std::string planText(PlanReport const& report);

@@ -57,13 +57,19 @@ void addVerdict(std::string& text, FamilyPlan const& plan) {
         text += "  OWED: " + grouped(plan.owed) + " updates found no room or were refused\n";
     }
     if (plan.answers.wrong == 0 && plan.differences == 0) {
-        text += "  every answer of the chip right, every invariant verified, chip and trie agree\n";
+        text += std::string("  every answer of the chip right") +
+                (plan.owed > 0 ? " for the routes that found room" : "") +
+                ", every invariant verified, chip and trie agree\n";
     }
 }
 
 std::string familyText(FamilyPlan const& plan) {
     std::string text = familyCode(plan.af) + "\n";
-    U64 const updates = plan.samples.empty() ? 0 : plan.samples.back().update;
+    U64 const updates = updatesOf(plan);
+    if (plan.tableRoutes > 0) {
+        addLine(text, "table", grouped(plan.tableRoutes),
+                std::string("routes, ") + (plan.downloaded ? "downloaded" : "one by one"));
+    }
     addLine(text, "routes", grouped(plan.routes), "");
     addLine(text, "buckets", grouped(plan.buckets),
             decimal(plan.fill * 100, 1) + " % full" + againstOptimum(plan));

@@ -11,6 +11,7 @@ namespace LpmTools {
  */
 class Progress {
 public:
+    /** Of a `total` of 0, which is one that is not known, it tells the steps instead of a part. */
     Progress(std::string work, unsigned long long total);
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;

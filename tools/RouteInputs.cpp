@@ -1,5 +1,11 @@
 #include <tools/RouteInputs.h>
 
+#include <tools/AnswerChecker.h>
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 #include <unordered_set>
 
 namespace LpmTools {
@@ -22,6 +28,16 @@ void describeMrt(MrtReader const& reader, InputReport& report) {
     report.announced = counts.dumpEntries + counts.announcements;
     report.withdrawn = counts.withdrawals;
     report.hostBitsCleared = counts.hostBitsCleared;
+    constexpr std::array messages{"messages of unknown types",
+                                  "messages that open a session",
+                                  "updates",
+                                  "notifications",
+                                  "keepalives",
+                                  "route refreshes"};
+    for (std::size_t type = 0; type < messages.size(); ++type) {
+        addSkipped(report, messages[type], counts.otherMessages[type]);
+    }
+    addSkipped(report, "state changes of sessions", counts.stateChanges);
     addSkipped(report, "of other families", counts.otherFamilies);
     addSkipped(report, "lists that end within a route", counts.cutRoutes);
     addSkipped(report, "records with bytes left over", counts.recordsWithMore);
@@ -43,6 +59,34 @@ void describeText(TextCounts const& counts, InputReport& report) {
 
 LpmClient::NextHop NextHopNumbers::of(NextHop const& nextHop) {
     return nextHop.size == 0 ? 0 : numbers_.try_emplace(nextHop, numbers_.size() + 1).first->second;
+}
+
+/** Of an address with a link-local one behind it, both. */
+std::string NextHopNumbers::textOf(LpmClient::NextHop number) const {
+    for (auto const& [nextHop, own] : numbers_) {
+        if (own != number) {
+            continue;
+        }
+        std::string text;
+        std::size_t const width = nextHop.size == 4 ? 4 : 16;
+        for (std::size_t at = 0; at + width <= nextHop.size; at += width) {
+            IpGenPrefix const address(
+                width == 4 ? Nimbal::AddressFamily::ipv4 : Nimbal::AddressFamily::ipv6,
+                std::span(nextHop.bytes).subspan(at, width), static_cast<U32>(8 * width));
+            text += (at == 0 ? "" : " ") + addressText(address);
+        }
+        return text;
+    }
+    return {};
+}
+
+void checkReadable(std::span<std::string const> paths) {
+    for (std::string const& path : paths) {
+        // Not opened: a pipe would notice.
+        if (path != "-" && ::eaccess(path.c_str(), R_OK) != 0) {
+            throw InputError(inputName(path) + ": cannot open: " + std::strerror(errno));
+        }
+    }
 }
 
 /** Calls `take(update)` for every update of an input. */
@@ -73,39 +117,56 @@ LpmClient::NextHop RouteInputs::numberOf(IpGenPrefix const& prefix) {
     return nextHop == nullptr ? 0 : nextHops_.of(*nextHop);
 }
 
+/** Leaves each live route once, where it came the last time. */
+void RouteInputs::leaveAlive(std::vector<IpGenPrefix>& added) const {
+    std::unordered_set<IpGenPrefix> seen;
+    auto kept = added.end();
+    for (auto at = added.end(); at != added.begin();) {
+        --at;
+        if (table_.nextHop(*at) != nullptr && seen.insert(*at).second) {
+            *--kept = *at;
+        }
+    }
+    added.erase(added.begin(), kept);
+}
+
 std::vector<Route> RouteInputs::readTables(std::span<std::string const> paths) {
+    constexpr std::size_t slack = 4096;
     std::vector<IpGenPrefix> added;
     bool isWithdrawn = false;
     for (std::string const& path : paths) {
         read(path, [&](RouteUpdate const& update) {
-            if (update.change == RouteChange::added) {
-                added.push_back(update.prefix);
-            }
             isWithdrawn = isWithdrawn || update.change == RouteChange::removed;
+            if (update.change != RouteChange::added) {
+                return;
+            }
+            added.push_back(update.prefix);
+            // Routes that come and go again and again: half of what stands here is of the past.
+            if (added.size() > 2 * table_.routes() + slack) {
+                leaveAlive(added);
+            }
         });
     }
+    if (isWithdrawn) {
+        leaveAlive(added);
+    }
     std::vector<Route> routes;
-    routes.reserve(table_.routes());
-    std::unordered_set<IpGenPrefix> seen;  // a route that went and came again has been added twice
+    routes.reserve(added.size());
     for (IpGenPrefix const& prefix : added) {
-        if (table_.nextHop(prefix) != nullptr && (!isWithdrawn || seen.insert(prefix).second)) {
-            routes.push_back({prefix, numberOf(prefix)});
-        }
+        routes.push_back({prefix, numberOf(prefix)});
     }
     return routes;
 }
 
-std::vector<RouteEvent> RouteInputs::readUpdates(std::span<std::string const> paths) {
-    std::vector<RouteEvent> events;
+void RouteInputs::readUpdates(std::span<std::string const> paths,
+                              std::function<void(RouteEvent const&)> const& take) {
     for (std::string const& path : paths) {
         read(path, [&](RouteUpdate const& update) {
             bool const hasRoute =
                 update.change == RouteChange::added || update.change == RouteChange::nextHopChanged;
-            events.push_back(
-                {{update.prefix, hasRoute ? numberOf(update.prefix) : 0}, update.change});
+            take({{update.prefix, hasRoute ? numberOf(update.prefix) : 0}, update.change});
         });
     }
-    return events;
 }
 
 std::string RouteInputs::firstError() const {

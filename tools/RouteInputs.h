@@ -4,6 +4,7 @@
 #include <tools/PlanReport.h>
 #include <tools/RouteUpdates.h>
 
+#include <functional>
 #include <map>
 #include <span>
 #include <string>
@@ -21,10 +22,15 @@ struct RouteEvent {
 class NextHopNumbers {
 public:
     LpmClient::NextHop of(NextHop const& nextHop);
+    /** The address behind a number: "192.0.2.1"; empty for a number that was not given out. */
+    std::string textOf(LpmClient::NextHop number) const;
 
 private:
     std::map<NextHop, LpmClient::NextHop> numbers_;
 };
+
+/** Throws InputError for the first one that cannot be opened; before long work. */
+void checkReadable(std::span<std::string const> paths);
 
 /**
  * Reads tables and updates, text or MRT, that belong together: paths of one table, so that what one
@@ -37,10 +43,14 @@ public:
     RouteInputs(TableOptions const& options, NextHopNumbers& nextHops)
         : options_(options), nextHops_(nextHops) {}
 
-    /** The routes that there are once all is read, in the order in which they have come. */
+    /**
+     * The routes that there are once all is read, in the order in which they have come; one that
+     * went and came again has come the last time. Memory is bounded by the routes alive.
+     */
     std::vector<LpmClient::Route> readTables(std::span<std::string const> paths);
-    /** All events, those without an effect too. */
-    std::vector<RouteEvent> readUpdates(std::span<std::string const> paths);
+    /** Hands on all events, those without an effect too, as they are read. */
+    void readUpdates(std::span<std::string const> paths,
+                     std::function<void(RouteEvent const&)> const& take);
 
     std::vector<InputReport> const& reports() const noexcept { return reports_; }
     /** The first error of an input; empty when there is none. */
@@ -49,11 +59,12 @@ public:
 private:
     template <class Take>
     void read(std::string const& path, Take const& take);
+    void leaveAlive(std::vector<Nimbal::IpGenPrefix>& added) const;
     LpmClient::NextHop numberOf(Nimbal::IpGenPrefix const& prefix);
 
     TableOptions const options_;
     MrtPeers peers_;
-    PathTable table_;
+    PathTable table_{peers_};
     NextHopNumbers& nextHops_;
     std::vector<InputReport> reports_;
 };

@@ -32,8 +32,8 @@ struct TextCounts {
 /**
  * Tables and streams of updates, MRT or text, as the changes that they make to a table of paths:
  *
- *     PathTable table;
  *     MrtPeers peers;
+ *     PathTable table(peers);
  *     RouteUpdates updates(path, {}, peers, table);
  *     for (RouteUpdate update; updates.next(update);) { ... }
  *

@@ -1,6 +1,8 @@
+#include <tests/Support/AllocationFailure.h>
 #include <tests/tools/MrtBytes.h>
 #include <tests/tools/RunCommand.h>
 #include <tests/tools/TemporaryFiles.h>
+#include <tools/Command.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,6 +13,7 @@ namespace ToolsTest {
 namespace {
 
 using Json = nlohmann::json;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -60,7 +63,8 @@ TEST_F(CommandDiffTest, equalTablesEndWithStatusZero) {
     EXPECT_EQ(ended.status, 0);
     EXPECT_THAT(ended.out, HasSubstr("  writes                    0\n"));
     EXPECT_EQ(diff("", "").status, 0);
-    EXPECT_EQ(diff("", "").out, "");
+    EXPECT_THAT(ended.out, EndsWith("\nequal\n"));
+    EXPECT_EQ(diff("", "").out, "equal\n");
 }
 
 TEST_F(CommandDiffTest, nextHopsAreComparedWhereBothTablesTellThem) {
@@ -81,6 +85,19 @@ TEST_F(CommandDiffTest, mrtAndTextAreComparedAlike) {
     EXPECT_THAT(diff(mrt, "11.0.0.0/8\n", {"--list"}).out, StartsWith("- 10.0.0.0/8\n"));
 }
 
+TEST_F(CommandDiffTest, orderOfTheRecordsIsNoDifference) {
+    auto const told = [](char const* peer, char const* hop) {
+        return updateRecord("", origin() + nextHop(hop), routes({"10.0.0.0/8"}), {.peer = peer});
+    };
+    std::string const one = told("192.0.2.1", "192.0.2.1");
+    std::string const other = told("192.0.2.2", "192.0.2.2");
+    EXPECT_EQ(diff(one + other, other + one).status, 0);
+    EXPECT_EQ(diff(other + one, one + other).status, 0);
+    Ended const changed = diff(other + one, told("192.0.2.1", "192.0.2.3") + other, {"--list"});
+    EXPECT_EQ(changed.status, 1);
+    EXPECT_THAT(changed.out, StartsWith("~ 10.0.0.0/8\n"));
+}
+
 TEST_F(CommandDiffTest, whatCannotBeComparedIsNoDifference) {
     for (auto const& arguments : std::vector<std::vector<std::string>>{
              {"diff"},
@@ -92,6 +109,42 @@ TEST_F(CommandDiffTest, whatCannotBeComparedIsNoDifference) {
         EXPECT_EQ(ended.out, "");
         EXPECT_THAT(ended.err, StartsWith("lpmtrie: "));
     }
+}
+
+TEST_F(CommandDiffTest, outputThatCannotBeWrittenIsNoDifference) {
+    Descriptor const full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    std::string const one = files_.write("one", "10.0.0.0/8\n");
+    std::string const other = files_.write("other", "11.0.0.0/8\n");
+    Ended const ended = run({"diff", one, other}, {.out = full.number()});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.err, "lpmtrie: cannot write standard output: No space left on device\n");
+}
+
+TEST_F(CommandDiffTest, wantOfMemoryIsNoDifference) {
+    std::string const one = files_.write("one", "10.0.0.0/8\n");
+    std::string const other = files_.write("other", "11.0.0.0/8\n");
+    std::array<char const*, 4> const arguments{"lpmtrie", "diff", one.c_str(), other.c_str()};
+    Descriptor const nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    bool failed = false;
+    auto const endWithout = [&](Vexo::U64 site) {
+        testing::internal::CaptureStderr();
+        Redirection const output(1, nowhere.number());
+        TestSupport::AllocationFailure const failure(site);
+        int const status =
+            LpmTools::runCommand(static_cast<int>(arguments.size()), arguments.data());
+        failed = failure.hasHappened();
+        return status;
+    };
+    EXPECT_EQ(endWithout(~Vexo::U64{0}), 1);  // after it, all is there that is made but once
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    Vexo::U64 site = 0;
+    do {
+        int const status = endWithout(++site);
+        std::string const told = testing::internal::GetCapturedStderr();
+        ASSERT_EQ(status, failed ? 2 : 1) << "failing allocation number " << site;
+        ASSERT_TRUE(!failed || told.find("out of memory") != std::string::npos) << site << told;
+    } while (failed);
+    EXPECT_GT(site, 100U);
 }
 
 class CommandLookupTest : public testing::Test {
@@ -110,7 +163,7 @@ TEST_F(CommandLookupTest, addressIsFollowedToItsBucket) {
   longest match   10.1.0.0/16
   partition       10.1.0.0/16
   bucket          0
-  covering route  10.0.0.0/8, next hop 1
+  covering route  10.0.0.0/8, next hop 192.0.2.1
   path            Partition,0.0.0.0/0,2,1,0x1,hw:1
                   Fib,10.0.0.0/8,2,1,0x1,hw:1
                   Partition,Fib,10.1.0.0/16,1,1,0x0,hw:1
@@ -133,9 +186,10 @@ TEST_F(CommandLookupTest, addressIsFollowedToItsBucket) {
 TEST_F(CommandLookupTest, jsonTellsTheSame) {
     Ended const ended = run({"lookup", "10.1.2.3", "--table", table_, "--bucket=1", "--json"});
     EXPECT_EQ(Json::parse(ended.out), Json::parse(R"([{"address": "10.1.2.3",
-        "longestMatch": {"prefix": "10.1.0.0/16", "nextHop": 0},
+        "longestMatch": {"prefix": "10.1.0.0/16", "nextHop": 0, "nextHopAddress": null},
         "partition": "10.1.0.0/16", "bucket": 0,
-        "coveringRoute": {"prefix": "10.0.0.0/8", "nextHop": 1},
+        "coveringRoute": {"prefix": "10.0.0.0/8", "nextHop": 1,
+                          "nextHopAddress": "192.0.2.1"},
         "answeredByCoveringRoute": false, "chipAgrees": true,
         "path": ["Partition,0.0.0.0/0,2,1,0x1,hw:1", "Fib,10.0.0.0/8,2,1,0x1,hw:1",
                  "Partition,Fib,10.1.0.0/16,1,1,0x0,hw:1"]}])"));

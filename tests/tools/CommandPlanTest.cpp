@@ -54,12 +54,13 @@ TEST_F(CommandPlanTest, summaryTellsWhatTheTableAndTheUpdatesCost) {
     std::string const ipv4 =
         std::regex_replace(out.substr(0, out.find("\n\n")), std::regex("( time) +[0-9.]+"), "$1 T");
     EXPECT_EQ(ipv4, R"(ipv4
+  table                     3  routes, downloaded
   routes                    3
   buckets                   2  75.0 % full; 1.000 of the fewest possible, 2
   updates                   3  4 routes added, 1 next hops changed, 1 routes withdrawn
   writes                   12  allocate 2, write route 5, erase route 1, write cover 2, bind 2
   moved routes              0  0.000 an update, in 0 splits, 0 merges, 0 shifts
-  answers                  50  compared with a brute-force longest match, 0 wrong
+  answers                  32  compared with a brute-force longest match, 0 wrong
   time T  seconds in the partition manager
   buckets by fill
   0-10 %                    0
@@ -126,7 +127,7 @@ TEST_F(CommandPlanTest, jsonHoldsEverything) {
     EXPECT_EQ(ipv4.at("lengths"), (Json{{"8", 1}, {"16", 2}}));
     EXPECT_EQ(ipv4.at("optimum"), nullptr);
     EXPECT_EQ(ipv4.at("writes").at("write route"), 5);
-    EXPECT_EQ(ipv4.at("answers"), (Json{{"addresses", 50}, {"wrong", 0}, {"firstWrong", ""}}));
+    EXPECT_EQ(ipv4.at("answers"), (Json{{"addresses", 32}, {"wrong", 0}, {"firstWrong", ""}}));
     int routes = 0;
     for (Json const& count : ipv4.at("depths")) {
         routes += count.get<int>();
@@ -178,6 +179,9 @@ TEST_F(CommandPlanTest, whatHasNoRoomIsOwedAndNamed) {
     Ended const ended = run({"plan", table_, "--bucket=1", "--buckets=2", "--check=50"});
     EXPECT_EQ(ended.status, 1);
     EXPECT_THAT(ended.out, HasSubstr("  OWED: 1 updates found no room or were refused\n"));
+    EXPECT_THAT(ended.out, HasSubstr("  every answer of the chip right for the routes that found "
+                                     "room, every invariant verified"));
+    EXPECT_THAT(ended.out, HasSubstr("  table                     3  routes, one by one\n"));
     EXPECT_THAT(ended.out, HasSubstr("table: download; one by one where there was no room"));
     EXPECT_EQ(ended.err,
               "lpmtrie: ipv4: 1 updates are owed for want of room or refused: + 10.2.0.0/16\n"
@@ -187,15 +191,26 @@ TEST_F(CommandPlanTest, whatHasNoRoomIsOwedAndNamed) {
 TEST_F(CommandPlanTest, whatWasReadBeforeAnErrorCounts) {
     std::string const cut = message4("192.0.2.1", "", routes({"10.0.0.0/8"})) + std::string(5, 'x');
     std::string const mrt = files_.write("mrt", cut);
-    Ended const ended = run({"plan", mrt, files_.path("no"), table_, "--json"});
+    Ended const ended = run({"plan", mrt, table_, "--json"});
     EXPECT_EQ(ended.status, 1);
     Json const report = Json::parse(ended.out);
     EXPECT_EQ(report.at("families").at(0).at("routes"), 4);
     EXPECT_THAT(report.at("inputs").at(0).at("error").get<std::string>(),
                 StartsWith(mrt + ": record 2 at byte "));
-    EXPECT_EQ(std::ranges::count(ended.err, '\n'), 2);
-    EXPECT_THAT(ended.err, EndsWith("lpmtrie: " + files_.path("no") +
-                                    ": cannot open: No such file or directory\n"));
+    EXPECT_EQ(std::ranges::count(ended.err, '\n'), 1);
+}
+
+TEST_F(CommandPlanTest, fileThatCannotBeOpenedIsToldBeforeAnyWork) {
+    std::string const why =
+        "lpmtrie: " + files_.path("no") + ": cannot open: No such file or directory\n";
+    for (auto const& arguments : std::vector<std::vector<std::string>>{
+             {"plan", table_, files_.path("no")},
+             {"plan", table_, "--updates", updates_, files_.path("no")}}) {
+        Ended const ended = run(arguments);
+        EXPECT_EQ(ended.status, 1);
+        EXPECT_EQ(ended.out, "");
+        EXPECT_EQ(ended.err, why);
+    }
 }
 
 TEST_F(CommandPlanTest, misuseIsRefused) {

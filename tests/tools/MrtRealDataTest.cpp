@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(Files, MrtRealTableTest, testing::Values(ToolsTest::mrt
 
 TEST_P(MrtRealTableTest, pathsOfATableAndItsUpdatesAreHeldCompactly) {
     MrtPeers peers;
-    PathTable table;
+    PathTable table(peers);
     for (char const* const name :
          {"rib.route-views.jinx.2014.mrt.bz2", "updates.route-views.jinx.2014.mrt.bz2"}) {
         std::array<U64, 4> changes{};

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <utility>
@@ -23,10 +24,19 @@ IpGenPrefix prefix(std::string_view text) {
     return IpGenPrefix::fromString(text);
 }
 
+/** Peers whose order is that of their numbers, as the tests below have it. */
+MrtPeers const ascendingPeers = [] {
+    MrtPeers peers;
+    for (U32 number = 0; number < 200; ++number) {
+        peers.number({.address = IpGenPrefix(Nimbal::IpAddr(number), 32)});
+    }
+    return peers;
+}();
+
 IpGenPrefix const ten = prefix("10.0.0.0/8");
 
 TEST(PathTableTest, routeLivesAsLongAsAnyPeerAnnouncesIt) {
-    PathTable table;
+    PathTable table(ascendingPeers);
     EXPECT_EQ(table.announce(1, 0, ten, hop(1)), RouteChange::added);
     EXPECT_EQ(table.announce(2, 0, ten, hop(2)), RouteChange::none);
     EXPECT_EQ(table.routes(), 1U);
@@ -40,7 +50,7 @@ TEST(PathTableTest, routeLivesAsLongAsAnyPeerAnnouncesIt) {
 }
 
 TEST(PathTableTest, nextHopIsThatOfTheLowestPeerAndIdentifier) {
-    PathTable table;
+    PathTable table(ascendingPeers);
     table.announce(5, 7, ten, hop(1));
     EXPECT_EQ(table.announce(5, 8, ten, hop(2)), RouteChange::none);
     EXPECT_EQ(*table.nextHop(ten), hop(1));
@@ -55,7 +65,7 @@ TEST(PathTableTest, nextHopIsThatOfTheLowestPeerAndIdentifier) {
 }
 
 TEST(PathTableTest, newPathToTheSameNextHopChangesNothing) {
-    PathTable table;
+    PathTable table(ascendingPeers);
     table.announce(5, 0, ten, hop(1));
     EXPECT_EQ(table.announce(4, 0, ten, hop(1)), RouteChange::none);
     EXPECT_EQ(table.withdraw(4, 0, ten), RouteChange::none);
@@ -63,7 +73,7 @@ TEST(PathTableTest, newPathToTheSameNextHopChangesNothing) {
 }
 
 TEST(PathTableTest, announcementReplacesThePathOfItsPeerAndIdentifier) {
-    PathTable table;
+    PathTable table(ascendingPeers);
     table.announce(1, 0, ten, hop(1));
     EXPECT_EQ(table.announce(1, 0, ten, hop(1)), RouteChange::none);
     EXPECT_EQ(table.announce(1, 0, ten, hop(2)), RouteChange::nextHopChanged);
@@ -73,7 +83,7 @@ TEST(PathTableTest, announcementReplacesThePathOfItsPeerAndIdentifier) {
 }
 
 TEST(PathTableTest, withdrawalOfWhatIsNotThereDoesNothing) {
-    PathTable table;
+    PathTable table(ascendingPeers);
     EXPECT_EQ(table.withdraw(1, 0, ten), RouteChange::none);
     table.announce(1, 1, ten, hop(1));
     EXPECT_EQ(table.withdraw(1, 0, ten), RouteChange::none);
@@ -85,11 +95,29 @@ TEST(PathTableTest, withdrawalOfWhatIsNotThereDoesNothing) {
 }
 
 TEST(PathTableTest, nextHopsOfDifferentLengthsAreDifferent) {
-    PathTable table;
+    PathTable table(ascendingPeers);
     table.announce(1, 0, ten, NextHop());
     EXPECT_EQ(table.announce(1, 0, ten, NextHop(std::array<U8, 4>{})), RouteChange::nextHopChanged);
     EXPECT_EQ(table.announce(1, 0, ten, NextHop(std::array<U8, 16>{})),
               RouteChange::nextHopChanged);
+}
+
+TEST(PathTableTest, nextHopDoesNotDependOnTheOrderInWhichPeersAreMet) {
+    std::vector<MrtPeer> all{{.address = prefix("192.0.2.1/32"), .as = 1},
+                             {.address = prefix("192.0.2.1/32"), .as = 1, .isLocal = true},
+                             {.address = prefix("192.0.2.1/32"), .as = 2},
+                             {.address = prefix("192.0.2.2/32"), .as = 0},
+                             {.address = prefix("2001:db8::1/128"), .as = 0}};
+    auto const lowest = all.front();
+    do {
+        MrtPeers peers;
+        PathTable table(peers);
+        for (MrtPeer const& peer : all) {
+            table.announce(peers.number(peer), 0, ten, hop(peer == lowest ? 7 : 8));
+        }
+        EXPECT_EQ(*table.nextHop(ten), hop(7));
+        EXPECT_EQ(table.withdraw(peers.number(lowest), 0, ten), RouteChange::nextHopChanged);
+    } while (std::ranges::next_permutation(all).found);
 }
 
 /** The same, in the plainest way. */
@@ -138,7 +166,7 @@ TEST(PathTableTest, anyChangesAreThoseOfThePlainModel) {
     SCOPED_TRACE(ToolsTest::traceOf(seed));
     std::mt19937 random(seed);
     auto const below = [&](U32 bound) { return static_cast<U32>(random() % bound); };
-    PathTable table;
+    PathTable table(ascendingPeers);
     Model model;
     for (int i = 0; i < 60'000; ++i) {
         // Fills, empties and fills again.
@@ -169,7 +197,7 @@ TEST(PathTableTest, anyChangesAreThoseOfThePlainModel) {
 }
 
 TEST(PathTableTest, memoryIsUsedAgain) {
-    PathTable table;
+    PathTable table(ascendingPeers);
     U64 first = 0;
     for (int round = 0; round < 5; ++round) {
         for (U32 i = 0; i < 10'000; ++i) {
@@ -188,7 +216,7 @@ TEST(PathTableTest, memoryIsUsedAgain) {
 }
 
 TEST(PathTableTest, announcementThatFindsNoMemoryChangesNothing) {
-    PathTable table;
+    PathTable table(ascendingPeers);
     Model model;
     for (U32 i = 0; i < 200; ++i) {
         IpGenPrefix const to(Nimbal::IpAddr((i % 150) << 8), 24);

@@ -202,5 +202,18 @@ TEST(PlanHtmlTest, AMillionSamplesMakeAPageThatOpensAtOnce) {
     EXPECT_THAT(page, HasSubstr("<tr><th scope=\"row\">1\u202f803\u202f798</th>"));
 }
 
+TEST(PlanHtmlTest, movesAnUpdateAreThoseOfTheSummary) {
+    PlanReport report = madeUpReport();
+    report.families.resize(1);
+    report.families[0].counts.moves = 700;
+    report.families[0].samples.resize(1);
+    report.families[0].samples[0].update = 2'000;
+    EXPECT_THAT(planText(report), HasSubstr("700  0.350 an update, "));
+    std::string const page = planHtml(report);
+    std::size_t const at = page.find("Moves an update");
+    ASSERT_NE(at, std::string::npos);
+    EXPECT_THAT(page.substr(at, 120), HasSubstr(">0.350<"));
+}
+
 }  // namespace
 }  // namespace LpmTools

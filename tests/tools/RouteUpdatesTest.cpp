@@ -40,7 +40,7 @@ protected:
 
     TemporaryDirectory const files_;
     MrtPeers peers_;
-    PathTable table_;
+    PathTable table_{peers_};
     TextCounts text_;
     bool isMrt_ = false;
 };
@@ -79,7 +79,7 @@ TEST_F(RouteUpdatesTest, badLineEndsTheReadingOrIsCounted) {
                              "W 10.0.0.0/8 192.0.2.1\n10.0.0.0/8 192.0.2.1\nA 10.2.0.0/16 ::1 x\n"
                              "A 10.3.0.0/16\n";
     EXPECT_THAT(read(text), ElementsAre("A 10.0.0.0/8 added", HasSubstr(at(2))));
-    table_ = {};
+    table_ = PathTable(peers_);
     EXPECT_THAT(read(text, {.strict = false, .keepGoing = true}),
                 ElementsAre("A 10.0.0.0/8 added", "A 10.3.0.0/16 added"));
     EXPECT_EQ(text_.badLines, 6U);

@@ -1,0 +1,64 @@
+#include <tests/tools/RunCommand.h>
+#include <tests/tools/TemporaryFiles.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+namespace ToolsTest {
+namespace {
+
+using Json = nlohmann::json;
+using testing::HasSubstr;
+
+class CommandPlanStreamTest : public testing::Test {
+protected:
+    TemporaryDirectory const files_;
+};
+
+// A route comes and goes 1,050 times: the samples are every 2nd, 4th, ... 32nd, and the last one.
+TEST_F(CommandPlanStreamTest, timeLineOfALongStreamIsThinned) {
+    std::string stream;
+    for (int i = 0; i < 1'050; ++i) {
+        stream += "A 10.0.0.0/8\nW 10.0.0.0/8\n";
+    }
+    Ended const ended =
+        run({"plan", "--updates", files_.write("stream", stream), "--check=7", "--json"});
+    EXPECT_EQ(ended.status, 0);
+    Json const report = Json::parse(ended.out);
+    Json const& ipv4 = report.at("families").at(0);
+    Json const& samples = ipv4.at("samples");
+    ASSERT_EQ(samples.size(), 1 + 2'100 / 32 + 1U);
+    for (std::size_t i = 0; i + 1 < samples.size(); ++i) {
+        EXPECT_EQ(samples.at(i).at("update"), 32 * i);
+    }
+    EXPECT_EQ(samples.back().at("update"), 2'100);
+    // Nothing is asked before there is a family, then after 1,000, when no route lives, and in the
+    // end.
+    EXPECT_EQ(ipv4.at("answers").at("addresses"), 2 * 7);
+}
+
+TEST_F(CommandPlanStreamTest, flappingTakesNoMemory) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers take memory of their own";
+#endif
+    std::string stream;
+    for (int i = 0; i < 500'000; ++i) {
+        stream += "A 10.0.0.0/8\nW 10.0.0.0/8\n";
+    }
+    stream += "10.0.0.0/8\n11.0.0.0/8\n10.0.0.0/8\n";
+    std::string const file = files_.write("stream", stream);
+    // A million events, or half a million prefixes that have come, would not fit.
+    for (std::string const option : {"", " --updates"}) {
+        Ended const ended = runProgram(
+            {"/bin/sh", "-c", "ulimit -v 22000; exec \"$0\" plan" + option + " \"$1\" --csv",
+             commandPath, file});
+        EXPECT_EQ(ended.status, 0);
+        EXPECT_EQ(ended.err, "");
+        EXPECT_THAT(ended.out, HasSubstr(option.empty() ? "ipv4,0,2,1," : "ipv4,1000003,2,1,"));
+    }
+}
+
+}  // namespace
+}  // namespace ToolsTest
