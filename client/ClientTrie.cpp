@@ -4,6 +4,20 @@ namespace LpmClient {
 
 using LpmTrie::PartitionId;
 
+RouteNode* partitionRootOf(LpmTrie::Node* node) noexcept {
+    while (!node->partitionNode()) {
+        node = node->parent();
+    }
+    return routeNode(node);
+}
+
+RouteNode const* nearestRouteAbove(LpmTrie::Node const* node) noexcept {
+    do {
+        node = node->parent();
+    } while (node != nullptr && !node->fibRoute());
+    return routeNode(node);
+}
+
 ClientTrie::Ptr ClientTrie::ClientTrieIs(U32 vrfId, Nimbal::AddressFamily af) {
     Ptr trie(new ClientTrie(vrfId));
     trie->hasNotificationActiveIs(true);

@@ -39,6 +39,11 @@ inline Route routeAt(LpmTrie::Node const* node) noexcept {
     return {node->prefixRef()->prefix(), routeNode(node)->nextHop};
 }
 
+/** The root of the partition that `node` belongs to, itself included. */
+RouteNode* partitionRootOf(LpmTrie::Node* node) noexcept;
+/** The nearest FIB route strictly above `node`, or null. */
+RouteNode const* nearestRouteAbove(LpmTrie::Node const* node) noexcept;
+
 /** A trie of the client's nodes that keeps what its hook is told until the client asks. */
 class ClientTrie : public LpmTrie::Trie {
 public:

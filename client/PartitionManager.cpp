@@ -169,14 +169,6 @@ Outcome PartitionManager::change(RouteNode* node, NextHop nextHop) {
     return Outcome::done;
 }
 
-RouteNode const* PartitionManager::nearestRouteAbove(RouteNode const* root) const noexcept {
-    Node const* node = root->parent();
-    while (node != nullptr && !node->fibRoute()) {
-        node = node->parent();
-    }
-    return routeNode(node);
-}
-
 /**
  * Gives the partitions whose nearest route above is at `node` another covering route. Roots that a
  * recut in hand takes away still stand in `roots_`; their labels name the bucket around them, whose

@@ -126,7 +126,6 @@ private:
     Outcome insert(Route const& route, LpmTrie::Node* partitionNode);
     Outcome change(RouteNode* node, NextHop nextHop);
     void writeCoversUnder(RouteNode const* node, std::optional<Route> const& cover);
-    RouteNode const* nearestRouteAbove(RouteNode const* root) const noexcept;
 
     bool ensureTop();
     bool removeTop();

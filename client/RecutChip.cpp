@@ -31,12 +31,8 @@
 namespace LpmClient {
 
 std::optional<Route> coverOf(RouteNode const* root) {
-    for (LpmTrie::Node const* node = root->parent(); node != nullptr; node = node->parent()) {
-        if (node->fibRoute()) {
-            return routeAt(node);
-        }
-    }
-    return std::nullopt;
+    RouteNode const* const above = nearestRouteAbove(root);
+    return above != nullptr ? std::optional(routeAt(above)) : std::nullopt;
 }
 
 RecutChip::RecutChip(ChipWriter& writer, Recut const& recut, std::vector<RouteNode*> const& moved)

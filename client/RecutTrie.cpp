@@ -22,10 +22,7 @@ using LpmTrie::PendingState;
 namespace {
 
 void cutAt(ClientTrie& trie, RouteNode* node, PartitionId::Ptr const& id) {
-    LpmTrie::Node const* around = node;
-    while (!around->partitionNode()) {
-        around = around->parent();
-    }
+    RouteNode const* const around = partitionRootOf(node);
     PartitionId::Ptr const oldId = node->partitionId();
     // A root must not be pending anything, and an internal node's table may be stale.
     node->pendingStateIs(PendingState());
@@ -46,10 +43,7 @@ void relabelAt(ClientTrie& trie, RouteNode* root, PartitionId::Ptr const& id) {
 }
 
 void fold(ClientTrie& trie, RouteNode* root) {
-    LpmTrie::Node* around = root->parent();
-    while (!around->partitionNode()) {
-        around = around->parent();
-    }
+    RouteNode* const around = partitionRootOf(root->parent());
     trie.mergePartition(root, around, around->partitionId(), false, nullptr);
 }
 

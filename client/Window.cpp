@@ -6,14 +6,6 @@ namespace LpmClient {
 
 using LpmTrie::Node;
 
-RouteNode* partitionRootOf(RouteNode* node) noexcept {
-    Node* at = node;
-    while (!at->partitionNode()) {
-        at = at->parent();
-    }
-    return routeNode(at);
-}
-
 std::vector<RouteNode*> nestedRoots(RouteNode* root) {
     std::vector<RouteNode*> nested;
     Node* node = root;

@@ -4,8 +4,6 @@
 
 namespace LpmClient {
 
-/** The partition root around `node`, itself included. */
-RouteNode* partitionRootOf(RouteNode* node) noexcept;
 /** The roots of the partitions nested directly in the one at `root`, in pre-order. */
 std::vector<RouteNode*> nestedRoots(RouteNode* root);
 /** In pre-order: by address, then length. */

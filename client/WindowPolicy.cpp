@@ -116,7 +116,7 @@ std::vector<RouteNode*> WindowPolicy::neighboursOf(std::vector<RouteNode*> const
                       });
     found.resize(most);
     if (LpmTrie::Node* const above = roots.front()->parent(); above != nullptr) {
-        found.push_back(partitionRootOf(routeNode(above)));
+        found.push_back(partitionRootOf(above));
     }
     return found;
 }

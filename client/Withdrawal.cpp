@@ -10,7 +10,6 @@
 
 namespace LpmClient {
 
-using LpmTrie::Node;
 using Nimbal::IpGenPrefix;
 
 Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
@@ -23,8 +22,7 @@ Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
         return settled(prefix, Outcome::unchanged);
     }
     try {
-        RouteNode const* const above = nearestRouteAbove(node);
-        writeCoversUnder(node, above != nullptr ? std::optional(routeAt(above)) : std::nullopt);
+        writeCoversUnder(node, coverOf(node));
         writer_.eraseRoute(bucketOf(node), routeAt(node));
         writer_.commit();
     } catch (RefusedWrite const& refused) {
@@ -36,11 +34,7 @@ Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
         throw;
     }
     ++counts_.withdrawn;
-    Node* root = node;
-    while (!root->partitionNode()) {
-        root = root->parent();
-    }
-    IpGenPrefix const rootPrefix = root->prefixRef()->prefix();
+    IpGenPrefix const rootPrefix = partitionRootOf(node)->prefixRef()->prefix();
     trie_->removeNode(node, false);
     if (!tryImprove(rootPrefix)) {
         toImprove_.insert(rootPrefix);
@@ -52,11 +46,8 @@ std::optional<Cut> PartitionManager::improvement(RouteNode* root) {
     if (root->partitionRouteCount() != 0) {
         return policy_->shrink(*trie_, root, room());
     }
-    Node* around = root->parent();
-    while (!around->partitionNode()) {
-        around = around->parent();
-    }
-    return Cut{{routeNode(around), root}, {routeNode(around)}};
+    RouteNode* const around = partitionRootOf(root->parent());
+    return Cut{{around, root}, {around}};
 }
 
 /** Cuts a partition that has shrunk anew if that pays. False when the chip has refused. */
