@@ -20,11 +20,11 @@ constexpr std::size_t differenceKinds = 9;
 
 /** Something that the chip should hold and does not, or holds and should not. */
 struct Difference {
-    DifferenceKind kind = DifferenceKind::bucketMissing;
-    Bucket bucket = noBucket;                    // where it should be, or is
-    std::optional<Nimbal::IpGenPrefix> binding;  // of binding differences
-    std::optional<Route> expected;               // of route and covering route differences
-    std::optional<Route> found;
+    DifferenceKind kind = DifferenceKind::bucketMissing;  // what is wrong
+    Bucket bucket = noBucket;                             // where it should be, or is
+    std::optional<Nimbal::IpGenPrefix> binding;           // of binding differences
+    std::optional<Route> expected;                        // of route and covering route differences
+    std::optional<Route> found;                           // of the same, and of stray routes
 
     bool operator==(Difference const&) const noexcept = default;
 };

@@ -11,8 +11,8 @@ namespace LpmClient {
 
 /** A write that the chip has refused. Ends the change in hand. */
 struct RefusedWrite {
-    Write write;
-    WriteStatus status = WriteStatus::transientError;
+    Write write;                                       // that was to be done
+    WriteStatus status = WriteStatus::transientError;  // why it was not
 };
 
 /**
@@ -27,11 +27,14 @@ struct RefusedWrite {
  */
 class ChipWriter {
 public:
+    /** Knows nothing of the chip's contents, and takes them for empty. */
     ChipWriter(Hardware& hardware, U32 vrfId, Nimbal::AddressFamily af)
         : hardware_(hardware), vrfId_(vrfId), af_(af) {}
 
-    // Each throws RefusedWrite when the chip refuses.
-
+    /**
+     * @{ One write of the change in hand. Throws RefusedWrite when the chip refuses, and
+     * std::bad_alloc before it is asked.
+     */
     void allocate(LpmTrie::PartitionId::Ptr const& id);
     /** A route that is not in the bucket, or, with `before`, one whose next hop changes. */
     void writeRoute(Bucket bucket, Route const& route, std::optional<NextHop> before = {});
@@ -39,6 +42,7 @@ public:
     void writeCover(Bucket bucket, std::optional<Route> const& cover);
     void bind(Nimbal::IpGenPrefix const& prefix, Bucket bucket);
     void unbind(Nimbal::IpGenPrefix const& prefix);
+    /** @} */
 
     /** The change stands. The buckets named by `freeLater` since the last commit are freed. */
     void commit();
@@ -49,6 +53,7 @@ public:
 
     /** Tries what is owed. True when nothing is owed any more. */
     bool settle();
+    /** Whether nothing is owed. */
     bool settled() const noexcept { return owed_.empty(); }
     /**
      * Drops what is owed, for a repair that compares with the chip itself. Returns the numbers of
@@ -58,16 +63,19 @@ public:
     /** Knows of nothing any more, and owes nothing. */
     void forget();
 
+    /** The covering route that a bucket holds; none also for a bucket that is not known. */
     std::optional<Route> cover(Bucket bucket) const;
     /** The bound prefixes, in order of address, then length, and their buckets. */
     std::map<Nimbal::IpGenPrefix, Bucket> const& bindings() const noexcept { return bindings_; }
 
-    // What really stands in the chip, where it may differ from what was written: no write.
-
+    /** @{ Tells what really stands in the chip, where it may differ from what was written. */
     void learnBinding(Nimbal::IpGenPrefix const& prefix, std::optional<Bucket> bucket);
     void learnCover(Bucket bucket, std::optional<Route> const& cover);
+    /** @} */
 
+    /** The chip, which the writer does not own. */
     Hardware& hardware() const noexcept { return hardware_; }
+    /** The routing instance that it writes for. */
     U32 vrfId() const noexcept { return vrfId_; }
 
 private:

@@ -14,6 +14,7 @@ class RouteNode : public LpmTrie::Node {
 public:
     using Node::Node;
 
+    /** Where packets that meet the route go. */
     NextHop nextHop = 0;
     /** The bucket that the chip holds this route in; `noBucket`: not written yet. */
     Bucket bucket = noBucket;
@@ -44,12 +45,16 @@ RouteNode* partitionRootOf(LpmTrie::Node* node) noexcept;
 /** The nearest FIB route strictly above `node`, or null. */
 RouteNode const* nearestRouteAbove(LpmTrie::Node const* node) noexcept;
 
-/** A trie of the client's nodes that keeps what its hook is told until the client asks. */
+/**
+ * A trie of the client's nodes, all of them RouteNodes, that keeps what its hook is told until the
+ * client asks. Its destructor frees no nodes, as Trie's.
+ */
 class ClientTrie : public LpmTrie::Trie {
 public:
     using Ptr = Vexo::Ptr<ClientTrie>;
     using Trie::Trie;
 
+    /** A new, empty trie with notification on. */
     static Ptr ClientTrieIs(U32 vrfId, Nimbal::AddressFamily af);
 
     LpmTrie::Node* allocateNode(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute,
@@ -64,6 +69,7 @@ public:
      * one that has changed twice stands there twice.
      */
     std::vector<RouteNode*> const& moved() const noexcept { return moved_; }
+    /** Forgets the reports, and keeps their room. */
     void clearMoved() noexcept { moved_.clear(); }
     /** Makes room for `reports`, so that none of them throws. Throws std::bad_alloc. */
     void reserveMoved(std::size_t reports) { moved_.reserve(moved_.size() + reports); }

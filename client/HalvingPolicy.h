@@ -11,6 +11,7 @@ namespace LpmClient {
  */
 class HalvingPolicy : public Policy {
 public:
+    /** With `redistribute`, nested partitions are asked first. */
     explicit HalvingPolicy(bool redistribute) : redistribute_(redistribute) {}
 
     std::optional<Cut> makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,

@@ -32,9 +32,10 @@ constexpr Bucket noBucket = ~U32{0};
 /** What a packet that meets a route is to do. The number's meaning is the caller's. */
 using NextHop = U64;
 
+/** A route as the chip holds it. */
 struct Route {
-    Nimbal::IpGenPrefix prefix;
-    NextHop nextHop = 0;
+    Nimbal::IpGenPrefix prefix;  // host bits clear
+    NextHop nextHop = 0;         // what packets are to do
 
     bool operator==(Route const&) const noexcept = default;
 };
@@ -57,11 +58,11 @@ std::string_view text(WriteKind kind) noexcept;
 
 /** One hardware write. Fields that its kind does not name are ignored. */
 struct Write {
-    WriteKind kind = WriteKind::allocate;
-    Bucket bucket = noBucket;
-    U32 vrfId = 0;
-    Route route;
-    bool empty = false;
+    WriteKind kind = WriteKind::allocate;  // what is to be done
+    Bucket bucket = noBucket;              // to which bucket
+    U32 vrfId = 0;                         // for which routing instance
+    Route route;                           // or, where its kind says so, only a prefix
+    bool empty = false;                    // `writeCover`: take the covering route away
 
     bool operator==(Write const&) const noexcept = default;
 };
@@ -87,32 +88,35 @@ std::string_view text(WriteStatus status) noexcept;
 
 /** Writes by kind, refused ones apart. */
 struct WriteCounts {
-    std::array<U64, writeKinds> done{};
-    std::array<U64, writeKinds> refused{};
+    std::array<U64, writeKinds> done{};     // by the number of the kind
+    std::array<U64, writeKinds> refused{};  // likewise
 
+    /** @{ The writes of a kind, or all, that the chip has carried out or refused. */
     U64 of(WriteKind kind) const noexcept { return done[static_cast<std::size_t>(kind)]; }
     U64 refusedOf(WriteKind kind) const noexcept { return refused[static_cast<std::size_t>(kind)]; }
     U64 total() const noexcept;
     U64 totalRefused() const noexcept;
+    /** @} */
 };
 
 /** A prefix of a routing instance that is bound, and to which bucket. */
 struct Binding {
-    Nimbal::IpGenPrefix prefix;
-    Bucket bucket = noBucket;
+    Nimbal::IpGenPrefix prefix;  // of a partition's root
+    Bucket bucket = noBucket;    // that answers for it
 
     bool operator==(Binding const&) const noexcept = default;
 };
 
 /** What a bucket holds. Routes are in no particular order. */
 struct BucketContents {
-    std::vector<Route> routes;
-    std::optional<Route> cover;
+    std::vector<Route> routes;   // at most `Hardware::bucketRoutes`
+    std::optional<Route> cover;  // none: an address that no route covers has no answer
 };
 
 /**
- * The chip as the client sees it. Threads may share one: a write, or a question, is one step.
- * A write either succeeds or is refused and changes nothing; it must not throw.
+ * The chip as the client sees it: derive from it to put a chip of your own behind a client. Threads
+ * may share one: a write, or a question, is one step. A write either succeeds or is refused and
+ * changes nothing; it must not throw. The client owns no hardware: it must outlive its managers.
  */
 class Hardware {
 public:
@@ -121,7 +125,9 @@ public:
     Hardware& operator=(Hardware const&) = delete;
     virtual ~Hardware();
 
+    /** Carries out one write, by `apply`, and counts it. */
     WriteStatus write(Write const& write);
+    /** The writes since this object was made. */
     WriteCounts counts() const;
 
     /** Most routes that a bucket holds, its covering route not counted. */
@@ -131,6 +137,7 @@ public:
 
     // Reading back what stands in the chip, for a restart and for audits.
 
+    /** All bindings of a routing instance's family, in no particular order. */
     std::vector<Binding> bindings(U32 vrfId, Nimbal::AddressFamily af) const;
     /** The buckets allocated to a routing instance's family. */
     std::vector<Bucket> buckets(U32 vrfId, Nimbal::AddressFamily af) const;
@@ -138,13 +145,17 @@ public:
     std::optional<BucketContents> contents(Bucket bucket) const;
 
 protected:
-    // Called one at a time.
-
+    /**
+     * @{ What a chip implements: the public operations call these, one at a time, with the lock
+     * held. `apply` must not throw, and changes nothing where it refuses.
+     */
     virtual WriteStatus apply(Write const& write) = 0;
     virtual std::vector<Binding> readBindings(U32 vrfId, Nimbal::AddressFamily af) const = 0;
     virtual std::vector<Bucket> readBuckets(U32 vrfId, Nimbal::AddressFamily af) const = 0;
     virtual std::optional<BucketContents> readContents(Bucket bucket) const = 0;
+    /** @} */
 
+    /** The lock, for further questions of a chip's own. */
     std::mutex& mutex() const noexcept { return mutex_; }
 
 private:

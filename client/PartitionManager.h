@@ -10,9 +10,10 @@
 
 namespace LpmClient {
 
+/** What a manager is to manage, and how. */
 struct ManagerOptions {
-    U32 vrfId = 0;
-    Nimbal::AddressFamily af = Nimbal::AddressFamily::ipv4;
+    U32 vrfId = 0;                                           // the routing instance
+    Nimbal::AddressFamily af = Nimbal::AddressFamily::ipv4;  // of all prefixes
     /** Most routes of a bucket; 0: as many as the chip's buckets hold. */
     U32 bucketRoutes = 0;
     /** One of `policies()`; empty: the default one. */
@@ -32,6 +33,7 @@ enum class Outcome : U8 {
 /** "done", "unchanged" and so on. */
 std::string_view text(Outcome outcome) noexcept;
 
+/** What a manager has done since it was made. */
 struct ManagerCounts {
     U64 added = 0;      // routes
     U64 changed = 0;    // next hops
@@ -55,7 +57,12 @@ struct ManagerCounts {
  *
  * Managers may share a chip and the bitmap of bucket numbers, each on a thread of its own
  * (thread-safe-pointer mode must be on then); one manager serves one thread at a time. The
- * destructor frees the trie and leaves the chip as it is.
+ * destructor frees the trie and leaves the chip as it is. The hardware is the caller's and must
+ * outlive the manager.
+ *
+ * An update takes time in proportion to the trie's depth, the logarithm of the number of
+ * partitions, and the partitions nested under its route; where it cuts partitions anew,
+ * also to their routes.
  */
 class PartitionManager {
 public:
@@ -75,6 +82,8 @@ public:
     /** Adds a route, or changes its next hop. The prefix is of the table's family, host bits clear.
      */
     Outcome announce(Route const& route);
+    /** Takes a route away. `unchanged`: there is none; what was owed for it is not owed any more.
+     */
     Outcome withdraw(Nimbal::IpGenPrefix const& prefix);
     /**
      * Takes a whole table at once into an empty one, cut into the fewest buckets possible, each
@@ -97,17 +106,22 @@ public:
         return owed_;
     }
 
-    /** Every difference between trie and chip. */
+    /** Every difference between trie and chip. Reads all that the chip holds of the table. */
     std::vector<Difference> audit() const;
     /** Makes the chip agree with the trie. Returns the differences that are left. */
     std::vector<Difference> repair();
 
+    /** The trie, to read. Who changes it changes what the manager believes of the chip. */
     ClientTrie& trie() noexcept { return *trie_; }
     /** The partitions' roots by prefix. */
     std::map<Nimbal::IpGenPrefix, RouteNode*> const& roots() const noexcept { return roots_; }
+    /** Most routes of a bucket. */
     U32 bucketRoutes() const noexcept { return bucketRoutes_; }
+    /** What has been done so far. */
     ManagerCounts const& counts() const noexcept { return counts_; }
+    /** Routes of the table. */
     U64 routes() const noexcept { return trie_->root() ? trie_->root()->routeCount() : 0; }
+    /** Buckets that the table takes: one for each partition. */
     U64 buckets() const noexcept { return roots_.size(); }
     /** Buckets that no table uses: as many as the bitmap's limit leaves. */
     U32 freeBuckets() const noexcept { return numbers_->limit() - numbers_->count(); }

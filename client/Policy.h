@@ -16,7 +16,8 @@ struct Room {
 
 /**
  * Decides where partitions are cut. A policy looks at the trie and proposes; the partition manager
- * carries out, in trie and chip. One object serves one table.
+ * carries out, in trie and chip. One object serves one table, on that table's thread. It must leave
+ * the trie as it is.
  */
 class Policy {
 public:
@@ -35,8 +36,9 @@ public:
     virtual std::optional<Cut> shrink(ClientTrie& trie, RouteNode* root, Room const& room) = 0;
 };
 
+/** A policy that comes with the client. */
 struct PolicyDescription {
-    std::string_view name;
+    std::string_view name;  // by which `makePolicy` makes it
     std::string_view text;  // one sentence for a person who chooses
 };
 

@@ -9,29 +9,30 @@ namespace LpmClient {
  * place. Both in pre-order; the first root is the same, since what lies above it stays as it is.
  */
 struct Cut {
-    std::vector<RouteNode*> oldRoots;
-    std::vector<RouteNode*> newRoots;
+    std::vector<RouteNode*> oldRoots;  // partitions that there are
+    std::vector<RouteNode*> newRoots;  // nodes of theirs, not necessarily roots now
 };
 
+/** Stands for the index of a piece. */
 constexpr U32 noPiece = ~U32{0};
 
 /** A partition that is to be cut anew. */
 struct OldPiece {
-    RouteNode* root = nullptr;
-    LpmTrie::PartitionId::Ptr id;
-    U32 routes = 0;         // that the chip holds
-    U32 around = noPiece;   // the new piece that holds the root
-    U32 keptFor = noPiece;  // the new piece that keeps the bucket
+    RouteNode* root = nullptr;     // the partition's
+    LpmTrie::PartitionId::Ptr id;  // its bucket's number
+    U32 routes = 0;                // that the chip holds
+    U32 around = noPiece;          // the new piece that holds the root
+    U32 keptFor = noPiece;         // the new piece that keeps the bucket
 };
 
 /** A piece of the new cut. Route counts are those of routes that the chip holds already. */
 struct NewPiece {
-    RouteNode* root = nullptr;
+    RouteNode* root = nullptr;     // becomes a partition node if it is none
     LpmTrie::PartitionId::Ptr id;  // null until a fresh bucket's number is known
-    U32 routes = 0;
-    U32 above = noPiece;       // the new piece around this one
-    U32 from = noPiece;        // the old piece whose bucket it keeps
-    std::vector<U32> overlap;  // routes in common with each old piece
+    U32 routes = 0;                // that it will have
+    U32 above = noPiece;           // the new piece around this one
+    U32 from = noPiece;            // the old piece whose bucket it keeps
+    std::vector<U32> overlap;      // routes in common with each old piece
 };
 
 /**
@@ -41,11 +42,11 @@ struct NewPiece {
  * answer.
  */
 struct Recut {
-    std::vector<OldPiece> olds;
-    std::vector<NewPiece> news;
-    std::vector<U32> order;  // of the new pieces
-    U32 freshBuckets = 0;
-    U64 moves = 0;  // routes that change their bucket
+    std::vector<OldPiece> olds;  // in pre-order
+    std::vector<NewPiece> news;  // in pre-order
+    std::vector<U32> order;      // of the new pieces
+    U32 freshBuckets = 0;        // new pieces that keep no bucket
+    U64 moves = 0;               // routes that change their bucket
 };
 
 /**

@@ -8,6 +8,7 @@ namespace LpmClient {
 /** One recut in trie and chip, until it is completed or taken back. */
 class PartitionManager::RecutChange {
 public:
+    /** Changes nothing yet. */
     RecutChange(ClientTrie& trie, ChipWriter& writer, Recut recut)
         : trie_(trie), writer_(writer), recut_(std::move(recut)) {}
     RecutChange(RecutChange const&) = delete;
@@ -39,9 +40,11 @@ public:
         trie_.clearMoved();
         completeRecut(trie_, recut_);
     }
+    /** Routes that were written again into another bucket; after `run`, before `complete`. */
     U64 moves() const noexcept { return chip_->moves(); }
     /** The roots of the new pieces, ready to be merged into the books without a failure. */
     Roots& entering() noexcept { return entering_; }
+    /** The plan. */
     Recut const& recut() const noexcept { return recut_; }
 
 private:

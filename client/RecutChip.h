@@ -16,11 +16,14 @@ std::optional<Route> coverOf(RouteNode const* root);
  */
 class RecutChip {
 public:
+    /** `moved`: the nodes whose label `recutTrie` has changed. All three must outlive it. */
     RecutChip(ChipWriter& writer, Recut const& recut, std::vector<RouteNode*> const& moved);
 
+    /** Writes the chip, once. Throws RefusedWrite, and std::bad_alloc, in the middle of it. */
     void run();
     /** Gives the nodes the buckets back that they were in. */
     void forgetMoves() noexcept;
+    /** Routes that are written again into another bucket. */
     U64 moves() const noexcept { return moves_.size(); }
 
 private:

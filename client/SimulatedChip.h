@@ -10,17 +10,17 @@ namespace LpmClient {
 
 /** How large a simulated chip is. */
 struct ChipSize {
-    U32 buckets = 0;
-    U32 bucketRoutes = 0;
-    U32 bindings = 0;
+    U32 buckets = 0;       // as many as can be allocated
+    U32 bucketRoutes = 0;  // routes of a bucket, its covering route not counted
+    U32 bindings = 0;      // prefixes that can be bound, over all instances and families
 };
 
 /** The chip's answer for an address, and how it came by it. */
 struct ChipAnswer {
     std::optional<Nimbal::IpGenPrefix> binding;  // the partition that answers
-    Bucket bucket = noBucket;
-    std::optional<Route> route;  // none: no route covers the address
-    bool fromCover = false;      // the covering route answered
+    Bucket bucket = noBucket;                    // that it is bound to
+    std::optional<Route> route;                  // none: no route covers the address
+    bool fromCover = false;                      // the covering route answered
 
     bool operator==(ChipAnswer const&) const noexcept = default;
 };
@@ -28,19 +28,26 @@ struct ChipAnswer {
 /**
  * A chip in memory. It knows bindings and buckets and nothing of tries, refuses what a chip would
  * refuse, and looks addresses up in two stages. A prefix may be bound or written whatever nests in
- * it; several prefixes may be bound to one bucket.
+ * it; several prefixes may be bound to one bucket. Memory: what is written, and one entry for each
+ * bucket up to the highest ever allocated.
  */
 class SimulatedChip : public Hardware {
 public:
+    /** An empty chip. */
     explicit SimulatedChip(ChipSize const& size);
 
     U32 bucketRoutes() const noexcept override { return size_.bucketRoutes; }
     U32 bucketLimit() const noexcept override { return size_.buckets; }
 
-    /** `address` is a prefix of its family's full length. */
+    /**
+     * What a packet to `address`, a prefix of its family's full length, meets. One hash look-up for
+     * each length in use, in each of the two stages.
+     */
     ChipAnswer lookup(U32 vrfId, Nimbal::IpGenPrefix const& address) const;
 
+    /** Buckets that are allocated. */
     U32 bucketsUsed() const;
+    /** Prefixes that are bound. */
     U32 bindingsUsed() const;
 
 protected:

@@ -19,7 +19,7 @@ class Window {
 public:
     /** A node that may be cut off. */
     struct Item {
-        RouteNode* node = nullptr;
+        RouteNode* node = nullptr;                   // the trie's
         U32 above = noPiece;                         // index of the item that it hangs from
         U32 own = 0;                                 // routes lumped together here
         U32 piece = 0;                               // index of its old piece
@@ -29,9 +29,11 @@ public:
     /** `roots` in pre-order; the first one is above all others. */
     Window(std::vector<RouteNode*> roots, U32 grain, U32 mark);
 
+    /** In pre-order, as given. */
     std::vector<RouteNode*> const& roots() const noexcept { return roots_; }
     /** In pre-order. */
     std::vector<Item> const& items() const noexcept { return items_; }
+    /** Of all partitions together. */
     U32 routes() const noexcept { return routes_; }
 
 private:
@@ -50,6 +52,7 @@ struct Trial {
     std::vector<U32> sizes;  // routes of each piece, in pre-order of the roots
     U64 moves = 0;           // routes that change their bucket
 
+    /** The routes of the largest piece. */
     U32 largest() const noexcept;
 };
 

@@ -29,6 +29,7 @@ struct WindowWeights {
  */
 class WindowPolicy : public Policy {
 public:
+    /** One set of weights for all of its life; memory grows with the windows tried. */
     explicit WindowPolicy(WindowWeights const& weights) : weights_(weights) {}
 
     std::optional<Cut> makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,
