@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tests/LpmTrie/TrieFixture.h>
+#include <tests/Support/Directories.h>
 
 #include <unistd.h>
 #include <array>
@@ -44,7 +45,7 @@ String dumped(Dump const& dump) {
 
 /** The golden file of that name. */
 inline String golden(String const& name) {
-    String const path = LPMTRIE_TESTS_DIR "/LpmTrie/golden/" + name + ".out";
+    String const path = TestSupport::testsDirectory() + "/LpmTrie/golden/" + name + ".out";
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file) << path;
     std::ostringstream text;

@@ -10,7 +10,7 @@
 namespace ToolsTest {
 namespace {
 
-std::string const sources = LPMTRIE_TESTS_DIR "/..";
+std::string const sources = TestSupport::testsDirectory() + "/..";
 
 /** All options that `help` tells, as "--seed". */
 std::set<std::string> optionsOf(std::string const& help) {

@@ -12,7 +12,7 @@ namespace ToolsTest {
 /** Runs a script of the tests over files; what it finds fault with is in `err`. */
 inline Ended runScript(std::string const& script, std::vector<std::string> const& files) {
     std::vector<std::string> arguments{"/usr/bin/env", "python3", "-B",
-                                       LPMTRIE_TESTS_DIR "/" + script};
+                                       TestSupport::testsDirectory() + "/" + script};
     arguments.insert(arguments.end(), files.begin(), files.end());
     return runProgram(arguments);
 }

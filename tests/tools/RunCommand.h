@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tests/Support/Directories.h>
 #include <tests/tools/Descriptors.h>
 
 #include <gtest/gtest.h>
@@ -131,7 +132,7 @@ inline Ended runProgram(std::vector<std::string> const& arguments, Streams const
     return ended;
 }
 
-inline std::string const commandPath = LPMTRIE_BUILD_DIR "/tools/lpmtrie";
+inline std::string const commandPath = TestSupport::buildDirectory() + "/tools/lpmtrie";
 
 /** Runs the lpmtrie command. */
 inline Ended run(std::vector<std::string> arguments, Streams const& streams = {}) {
