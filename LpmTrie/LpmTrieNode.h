@@ -35,7 +35,7 @@ using Vexo::U64;
  * Every change and every computed answer first asserts the eye catcher; plain reads do not. A
  * failed check ends the process. Not locked: whoever serialises the trie serialises its nodes.
  */
-class Node : public Vexo::TrackedAllocation<Node, Vexo::SlabStorage> {
+class LPMTRIE_API Node : public Vexo::TrackedAllocation<Node, Vexo::SlabStorage> {
 public:
     Node(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute, bool partitionNode,
          PartitionId::Ptr const& partitionId, U32 hwTable) noexcept;
@@ -232,6 +232,6 @@ private:
 };
 
 /** The node's text, or "(nil)". */
-std::ostream& operator<<(std::ostream& out, Node const* node);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, Node const* node);
 
 }  // namespace LpmTrie

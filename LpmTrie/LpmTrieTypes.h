@@ -16,7 +16,7 @@ using Vexo::U32;
 using Vexo::U8;
 
 /** The number of a partition. Its hash is the number itself; 0 counts as not set. */
-class PartitionIdValue {
+class LPMTRIE_API PartitionIdValue {
 public:
     static constexpr auto fields() {
         return std::tuple{Vexo::field("value", &PartitionIdValue::value_, Vexo::Served::readOnly)};
@@ -38,13 +38,13 @@ private:
     U32 value_ = 0;
 };
 
-std::ostream& operator<<(std::ostream& out, PartitionIdValue const& id);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, PartitionIdValue const& id);
 
 /**
  * What a node's partition is waiting for: a set of four flags in one byte, bits 4 to 7 always 0.
  * `maxPendingState` is an ordinary fourth flag, not a count.
  */
-class PendingState {
+class LPMTRIE_API PendingState {
 public:
     constexpr PendingState() noexcept = default;
     /** Keeps the low four bits. Throws RangeException when another bit is set. */
@@ -107,8 +107,8 @@ private:
 };
 
 /** "Value('LpmTrie::PendingState', ** {'createPartition': False, ...})", as the parser reads it. */
-String valueToStrep(PendingState const& state);
-std::ostream& operator<<(std::ostream& out, PendingState const& state);
+LPMTRIE_API String valueToStrep(PendingState const& state);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, PendingState const& state);
 
 /**
  * Owns a partition number for as long as it lives: the bit `id & mask` of a shared bitmap is set at
@@ -116,7 +116,8 @@ std::ostream& operator<<(std::ostream& out, PendingState const& state);
  * keep bits of its own in `id` that `mask` holds back. Whether the bit was free is the bitmap's
  * affair.
  */
-class PartitionId : public Vexo::PtrInterface, public Vexo::TrackedAllocation<PartitionId> {
+class LPMTRIE_API PartitionId : public Vexo::PtrInterface,
+                                public Vexo::TrackedAllocation<PartitionId> {
 public:
     using Ptr = Vexo::Ptr<PartitionId>;
 
@@ -149,9 +150,9 @@ private:
 };
 
 /** "PartitionId:5 references:3", or "PartitionId null". */
-std::ostream& operator<<(std::ostream& out, PartitionId const* id);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, PartitionId const* id);
 
-extern Vexo::FwkModule const lpmTrieTypesModule;
+LPMTRIE_API extern Vexo::FwkModule const lpmTrieTypesModule;
 
 }  // namespace LpmTrie
 
@@ -159,7 +160,7 @@ namespace Vexo {
 
 /** Reads the name of a living PartitionId, or None. */
 template <>
-Ptr<LpmTrie::PartitionId> deserializeAttr<Ptr<LpmTrie::PartitionId>>(CharRange& range,
-                                                                     char const* fieldName);
+LPMTRIE_API Ptr<LpmTrie::PartitionId> deserializeAttr<Ptr<LpmTrie::PartitionId>>(
+    CharRange& range, char const* fieldName);
 
 }  // namespace Vexo

@@ -13,7 +13,7 @@ namespace LpmTrie {
  * both partition ids and keeps them alive; any may be null, but a record needs its prefix to be
  * hashed or ordered.
  */
-class TrieNodeInfo {
+class LPMTRIE_API TrieNodeInfo {
 public:
     static constexpr auto fields() {
         using Vexo::Served;
@@ -65,14 +65,15 @@ private:
     PartitionId::Ptr newPartitionId_;
 };
 
-std::ostream& operator<<(std::ostream& out, TrieNodeInfo const& info);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, TrieNodeInfo const& info);
 
 /**
  * The moved routes of one change or several: the client makes it, passes it to the partition
  * operations, reads it and clears or drops it; the trie only adds. The order of entries carries no
  * meaning, and a change of the collection ends iterators and references into it. Not locked.
  */
-class TrieNodesInfo : public Vexo::PtrInterface, public Vexo::TrackedAllocation<TrieNodesInfo> {
+class LPMTRIE_API TrieNodesInfo : public Vexo::PtrInterface,
+                                  public Vexo::TrackedAllocation<TrieNodesInfo> {
 public:
     using Ptr = Vexo::Ptr<TrieNodesInfo>;
 
@@ -133,6 +134,6 @@ private:
 };
 
 /** An empty collection with notification on. */
-TrieNodesInfo::Ptr trieNodesInfoFactory();
+LPMTRIE_API TrieNodesInfo::Ptr trieNodesInfoFactory();
 
 }  // namespace LpmTrie

@@ -15,7 +15,7 @@ class Node;
  */
 
 /** What an insertion or a search found: each operation tells what its fields mean there. */
-class TrieReturnCode {
+class LPMTRIE_API TrieReturnCode {
 public:
     static constexpr auto fields() {
         using Vexo::Served;
@@ -58,7 +58,7 @@ public:
 };
 
 /** What a removal left: the node that stays, or null, and whether the prefix's node has gone. */
-class TrieNodeReturnCode {
+class LPMTRIE_API TrieNodeReturnCode {
 public:
     static constexpr auto fields() {
         using Vexo::Served;
@@ -91,7 +91,7 @@ public:
  * One step of a walk: the node reached, how it hangs from its parent (0, 1; 3: it does not), and
  * its level.
  */
-class TrieTraversalReturnCode {
+class LPMTRIE_API TrieTraversalReturnCode {
 public:
     static constexpr auto fields() {
         using Vexo::Served;
@@ -125,7 +125,7 @@ public:
 /**
  * A merge that a search proposes: from which partition node into which node; both null for none.
  */
-class TrieFindMergeReturnCode {
+class LPMTRIE_API TrieFindMergeReturnCode {
 public:
     static constexpr auto fields() {
         using Vexo::Served;
@@ -156,10 +156,10 @@ public:
     bool dirty = false;
 };
 
-std::ostream& operator<<(std::ostream& out, TrieReturnCode const& code);
-std::ostream& operator<<(std::ostream& out, TrieNodeReturnCode const& code);
-std::ostream& operator<<(std::ostream& out, TrieTraversalReturnCode const& code);
-std::ostream& operator<<(std::ostream& out, TrieFindMergeReturnCode const& code);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, TrieReturnCode const& code);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, TrieNodeReturnCode const& code);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, TrieTraversalReturnCode const& code);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, TrieFindMergeReturnCode const& code);
 
 }  // namespace LpmTrie
 
@@ -167,6 +167,6 @@ namespace Vexo {
 
 /** Reads a pointer as a number: the node is never looked at. */
 template <>
-LpmTrie::Node* deserializeAttr<LpmTrie::Node*>(CharRange& range, char const* fieldName);
+LPMTRIE_API LpmTrie::Node* deserializeAttr<LpmTrie::Node*>(CharRange& range, char const* fieldName);
 
 }  // namespace Vexo

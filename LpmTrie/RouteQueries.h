@@ -14,19 +14,19 @@
 namespace LpmTrie {
 
 /** The longest FIB route that covers `prefix`, itself included; null when none does. */
-Node* longestMatch(Trie const& trie, Nimbal::IpGenPrefix const& prefix) noexcept;
+LPMTRIE_API Node* longestMatch(Trie const& trie, Nimbal::IpGenPrefix const& prefix) noexcept;
 /** The longest FIB route that covers an address; null in a trie of the other family. */
-Node* longestMatch(Trie const& trie, Nimbal::IpAddr const& address) noexcept;
-Node* longestMatch(Trie const& trie, Nimbal::Ip6Addr const& address) noexcept;
+LPMTRIE_API Node* longestMatch(Trie const& trie, Nimbal::IpAddr const& address) noexcept;
+LPMTRIE_API Node* longestMatch(Trie const& trie, Nimbal::Ip6Addr const& address) noexcept;
 
 /** The node with that very prefix, of any kind; null when there is none. */
-Node* findExact(Trie const& trie, Nimbal::IpGenPrefix const& prefix) noexcept;
+LPMTRIE_API Node* findExact(Trie const& trie, Nimbal::IpGenPrefix const& prefix) noexcept;
 
 /**
  * The FIB routes at and under a prefix, in order of address, then length. An input range of
  * `Node*`; a change of the trie ends it.
  */
-class RoutesUnder {
+class LPMTRIE_API RoutesUnder {
 public:
     class Iterator {
     public:
@@ -60,12 +60,12 @@ private:
     Node* top_;
 };
 
-RoutesUnder routesUnder(Trie const& trie, Nimbal::IpGenPrefix const& prefix) noexcept;
+LPMTRIE_API RoutesUnder routesUnder(Trie const& trie, Nimbal::IpGenPrefix const& prefix) noexcept;
 /** All routes of the trie, in order. */
-RoutesUnder allRoutes(Trie const& trie) noexcept;
+LPMTRIE_API RoutesUnder allRoutes(Trie const& trie) noexcept;
 
 /** Frees every node, whatever its flags and pending states, through the trie's `deallocateNode`. */
-void removeAll(Trie& trie) noexcept;
+LPMTRIE_API void removeAll(Trie& trie) noexcept;
 
 /**
  * Whether `Trie::insert` with these arguments would be accepted. Empty: it would, so far as memory
@@ -73,9 +73,8 @@ void removeAll(Trie& trie) noexcept;
  * process, or throws for a prefix longer than any address. The trie must be one that `verify`
  * accepts.
  */
-std::optional<String> insertionRefusal(Trie const& trie, Nimbal::IpGenPrefix const& newPrefix,
-                                       Node const* fromPartitionNode, bool fibRoute,
-                                       bool partitionNode, PartitionId::Ptr const& partitionId,
-                                       U32 hwTable);
+LPMTRIE_API std::optional<String> insertionRefusal(
+    Trie const& trie, Nimbal::IpGenPrefix const& newPrefix, Node const* fromPartitionNode,
+    bool fibRoute, bool partitionNode, PartitionId::Ptr const& partitionId, U32 hwTable);
 
 }  // namespace LpmTrie

@@ -26,7 +26,7 @@ class TrieIndex;
  *
  * Not locked: one thread at a time works on one trie.
  */
-class Trie : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Trie> {
+class LPMTRIE_API Trie : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Trie> {
 public:
     using Ptr = Vexo::Ptr<Trie>;
 
@@ -278,6 +278,6 @@ private:
 };
 
 /** A new, empty trie with notification on. */
-Trie::Ptr trieFactory(U32 vrfId);
+LPMTRIE_API Trie::Ptr trieFactory(U32 vrfId);
 
 }  // namespace LpmTrie

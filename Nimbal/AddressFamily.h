@@ -20,8 +20,8 @@ constexpr U32 maxPrefixLen(AddressFamily af) noexcept {
 }
 
 /** "none", "ipv4", "ipv6", or the code in decimal. */
-std::ostream& operator<<(std::ostream& out, AddressFamily const& af);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, AddressFamily const& af);
 
-extern Vexo::FwkModule const nimbalModule;
+LPMTRIE_API extern Vexo::FwkModule const nimbalModule;
 
 }  // namespace Nimbal

@@ -10,10 +10,10 @@
 namespace Nimbal {
 
 /** Reports the index of a 32-bit word that an IPv6 address does not have. Throws RangeException. */
-[[noreturn]] void throwIp6AddrU32(U32 index);
+[[noreturn]] LPMTRIE_API void throwIp6AddrU32(U32 index);
 
 /** IPv6 address, 16 bytes in network order. Ordered as a number. */
-class Ip6Addr {
+class LPMTRIE_API Ip6Addr {
 public:
     using Bytes = std::array<U8, 16>;
 
@@ -44,6 +44,6 @@ private:
     Bytes bytes_{};
 };
 
-std::ostream& operator<<(std::ostream& out, Ip6Addr const& address);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, Ip6Addr const& address);
 
 }  // namespace Nimbal

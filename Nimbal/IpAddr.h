@@ -10,7 +10,7 @@
 namespace Nimbal {
 
 /** IPv4 address. Ordered as a number. */
-class IpAddr {
+class LPMTRIE_API IpAddr {
 public:
     constexpr IpAddr() noexcept = default;
     /** The address as a number: 10.0.0.1 is 0x0a000001, whatever the machine's byte order. */
@@ -34,6 +34,6 @@ private:
     U32 value_ = 0;
 };
 
-std::ostream& operator<<(std::ostream& out, IpAddr const& address);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, IpAddr const& address);
 
 }  // namespace Nimbal

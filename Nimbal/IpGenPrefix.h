@@ -17,7 +17,7 @@ namespace Nimbal {
  * only reading text is strict. The last 12 address bytes of a prefix that is not IPv6 are always
  * zero. Ordered by family, then address, then length: the pre-order of a prefix trie.
  */
-class IpGenPrefix {
+class LPMTRIE_API IpGenPrefix {
 public:
     constexpr IpGenPrefix() noexcept = default;
     constexpr IpGenPrefix(IpAddr const& address, U32 len) noexcept
@@ -92,14 +92,14 @@ private:
 };
 static_assert(sizeof(IpGenPrefix) == 24);
 
-std::ostream& operator<<(std::ostream& out, IpGenPrefix const& prefix);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, IpGenPrefix const& prefix);
 
 /**
  * The text form of the value, which reads back into an equal one: "'10.0.0.0/8'"; for a prefix that
  * strict text cannot give, "Value('Nimbal::IpGenPrefix', ** {'af': 1, 'address': '10.0.0.1', 'len':
  * 8})".
  */
-String valueToStrep(IpGenPrefix const& prefix);
+LPMTRIE_API String valueToStrep(IpGenPrefix const& prefix);
 
 }  // namespace Nimbal
 

@@ -11,8 +11,9 @@
 namespace Nimbal {
 
 /** Counted holder of one prefix, shared by a trie's node and the records that name it. Constant. */
-class IpGenPrefixRef : public Vexo::PtrInterface,
-                       public Vexo::TrackedAllocation<IpGenPrefixRef, Vexo::SlabStorage> {
+class LPMTRIE_API IpGenPrefixRef
+    : public Vexo::PtrInterface,
+      public Vexo::TrackedAllocation<IpGenPrefixRef, Vexo::SlabStorage> {
 public:
     using Ptr = Vexo::Ptr<IpGenPrefixRef>;
 
@@ -31,23 +32,23 @@ private:
 };
 
 /** The holder's prefix, or "prefixRef null". */
-std::ostream& operator<<(std::ostream& out, IpGenPrefixRef const* holder);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, IpGenPrefixRef const* holder);
 
 /**
  * A holder's text form is its prefix's, "None" for null: it reads back into a new, equal holder.
  */
-String valueToStrep(Vexo::Ptr<IpGenPrefixRef> const& holder);
-String valueToStrep(Vexo::Ptr<IpGenPrefixRef const> const& holder);
+LPMTRIE_API String valueToStrep(Vexo::Ptr<IpGenPrefixRef> const& holder);
+LPMTRIE_API String valueToStrep(Vexo::Ptr<IpGenPrefixRef const> const& holder);
 
 }  // namespace Nimbal
 
 namespace Vexo {
 
 template <>
-Ptr<Nimbal::IpGenPrefixRef> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef>>(CharRange& range,
-                                                                         char const* fieldName);
+LPMTRIE_API Ptr<Nimbal::IpGenPrefixRef> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef>>(
+    CharRange& range, char const* fieldName);
 template <>
-Ptr<Nimbal::IpGenPrefixRef const> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef const>>(
+LPMTRIE_API Ptr<Nimbal::IpGenPrefixRef const> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef const>>(
     CharRange& range, char const* fieldName);
 
 }  // namespace Vexo

@@ -6,7 +6,7 @@
 namespace Nimbal {
 
 /** IPv4 prefix. Keeps address and length as given; a length over 32 reaches no further than 32. */
-class IpPrefix {
+class LPMTRIE_API IpPrefix {
 public:
     constexpr IpPrefix() noexcept = default;
     constexpr IpPrefix(IpAddr const& address, U32 len) noexcept : address_(address), len_(len) {}
@@ -30,7 +30,7 @@ private:
 /**
  * IPv6 prefix. Keeps address and length as given; a length over 128 reaches no further than 128.
  */
-class Ip6Prefix {
+class LPMTRIE_API Ip6Prefix {
 public:
     constexpr Ip6Prefix() noexcept = default;
     constexpr Ip6Prefix(Ip6Addr const& address, U32 len) noexcept : address_(address), len_(len) {}
@@ -54,7 +54,7 @@ private:
     U32 len_ = 0;
 };
 
-std::ostream& operator<<(std::ostream& out, IpPrefix const& prefix);
-std::ostream& operator<<(std::ostream& out, Ip6Prefix const& prefix);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, IpPrefix const& prefix);
+LPMTRIE_API std::ostream& operator<<(std::ostream& out, Ip6Prefix const& prefix);
 
 }  // namespace Nimbal

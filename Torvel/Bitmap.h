@@ -18,7 +18,7 @@ using Vexo::U64;
  * each index up to the highest ever set. In thread-safe-pointer mode every operation locks, so
  * threads may share a bitmap.
  */
-class Bitmap final : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Bitmap> {
+class LPMTRIE_API Bitmap final : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Bitmap> {
 public:
     using Ptr = Vexo::Ptr<Bitmap>;
 
@@ -57,6 +57,6 @@ private:
     mutable std::mutex mutex_;
 };
 
-extern Vexo::FwkModule const torvelModule;
+LPMTRIE_API extern Vexo::FwkModule const torvelModule;
 
 }  // namespace Torvel

@@ -13,7 +13,7 @@ using Vexo::U64;
  * Hash accumulator for values in memory: eight bytes a step. Equal bytes give equal hashes within
  * one process; the number depends on the machine's byte order and is not to be stored.
  */
-class HashMix {
+class LPMTRIE_API HashMix {
 public:
     explicit HashMix(U32 start) noexcept : state_(start) {}
 

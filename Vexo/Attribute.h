@@ -66,9 +66,9 @@ T& selfOf(AttributeRequest const& request) {
 }
 
 /** Throws ConversionException when the request has another number of operands. */
-void needOperands(AttributeRequest const& request, std::size_t count);
+LPMTRIE_API void needOperands(AttributeRequest const& request, std::size_t count);
 /** "attribute 'a' of T, parameter 'p'" */
-String parameterPlace(AttributeRequest const& request, std::size_t index);
+LPMTRIE_API String parameterPlace(AttributeRequest const& request, std::size_t index);
 
 /** Unboxes the operands, calls, and boxes what comes back. The copies hold references meanwhile. */
 template <auto function, std::size_t... I>

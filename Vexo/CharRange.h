@@ -14,7 +14,7 @@ class FwkType;
  * may occur, NUL too. Errors are `RangeException`s that quote the text and tell the offset in
  * bytes.
  */
-class CharRange {
+class LPMTRIE_API CharRange {
 public:
     explicit CharRange(std::string_view text) noexcept : text_(text) {}
 
@@ -46,6 +46,6 @@ private:
 };
 
 /** `text` in single quotes, with bytes that do not print as \xNN; a long text is cut with "...". */
-String quotedForMessage(std::string_view text);
+LPMTRIE_API String quotedForMessage(std::string_view text);
 
 }  // namespace Vexo

@@ -30,14 +30,14 @@ private:
 };
 
 /** What a type without attributes shows: nothing. */
-extern TypeDescription const emptyDescription;
+LPMTRIE_API extern TypeDescription const emptyDescription;
 
 /**
  * A type as the framework knows it: its qualified name, its module, its fixed number there, and
  * what it shows by name. One constant per type, `T::fwkType_`; identity of types is identity of
  * these objects.
  */
-class FwkType {
+class LPMTRIE_API FwkType {
 public:
     constexpr FwkType(char const* name, FwkModule const& module, U32 number,
                       TypeDescription const& description = emptyDescription) noexcept
@@ -62,12 +62,12 @@ private:
 };
 
 /** The framework's own module. */
-extern FwkModule const vexoModule;
+LPMTRIE_API extern FwkModule const vexoModule;
 
 /** Numbers, flags and texts as the framework hands them about. Wider numbers than U32 are U64. */
-extern FwkType const boolType;
-extern FwkType const u32Type;
-extern FwkType const u64Type;
-extern FwkType const stringType;
+LPMTRIE_API extern FwkType const boolType;
+LPMTRIE_API extern FwkType const u32Type;
+LPMTRIE_API extern FwkType const u64Type;
+LPMTRIE_API extern FwkType const stringType;
 
 }  // namespace Vexo

@@ -7,7 +7,7 @@
 namespace Vexo {
 
 /** 32-bit hash of a run of bytes. The same on every machine for the same bytes; not for secrets. */
-class Hash {
+class LPMTRIE_API Hash {
 public:
     void hashMix(void const* bytes, std::size_t count) noexcept;
     U32 result() const noexcept;
@@ -17,6 +17,6 @@ private:
 };
 
 /** Hash of one number, its four bytes taken from the least significant on. */
-U32 hashOf(U32 number) noexcept;
+LPMTRIE_API U32 hashOf(U32 number) noexcept;
 
 }  // namespace Vexo

@@ -9,7 +9,7 @@
 namespace Vexo {
 
 namespace Detail {
-extern std::atomic<bool> threadSafePtrMode;
+LPMTRIE_API extern std::atomic<bool> threadSafePtrMode;
 }
 
 /**
@@ -29,7 +29,7 @@ class PtrInterface;
 /**
  * Somebody who wants to hear of the end of a counted object. Must outlive its place in the list.
  */
-class Notifiee {
+class LPMTRIE_API Notifiee {
 public:
     /** `notifier` has lost its last reference and is about to be destroyed; it is still whole. */
     virtual void zeroReferences(PtrInterface& notifier) noexcept = 0;
@@ -42,7 +42,7 @@ protected:
  * The notifiees of one object, told in the order of their entry. One that is told may leave the
  * list, or take others from it. Not locked.
  */
-class NotifieeList {
+class LPMTRIE_API NotifieeList {
 public:
     void notifieeIs(Notifiee* notifiee);
     void notifieeDel(Notifiee* notifiee) noexcept;
@@ -62,7 +62,7 @@ private:
  * assertion. A new object has no reference. Order of the virtual operations: notifieeList,
  * hasNotificationActiveIs, zeroReferencesIs, fwkType, destructor.
  */
-class PtrInterface {
+class LPMTRIE_API PtrInterface {
 public:
     static constexpr U32 referenceMask_ = 0x1fffffffU;
 

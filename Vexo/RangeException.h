@@ -8,7 +8,7 @@
 namespace Vexo {
 
 /** A text or number that does not lie in the range of what was asked for. */
-class RangeException : public std::exception {
+class LPMTRIE_API RangeException : public std::exception {
 public:
     explicit RangeException(String message) : message_(std::move(message)) {}
     RangeException(String message, String attribute)
@@ -26,12 +26,13 @@ private:
 class FwkType;
 
 /** `error` again, now naming the attribute whose value was being read. */
-[[noreturn]] void rethrowFromDeserializeAttr(RangeException const& error, char const* fieldName);
+[[noreturn]] LPMTRIE_API void rethrowFromDeserializeAttr(RangeException const& error,
+                                                         char const* fieldName);
 /** A set of flags was given a number with bits beyond its flags. */
-[[noreturn]] void throwDenseEnumBoolSetRangeException(FwkType const& type, U32 value);
+[[noreturn]] LPMTRIE_API void throwDenseEnumBoolSetRangeException(FwkType const& type, U32 value);
 
 /** A hash was asked of a type that has none. */
-class UnhashableException : public std::exception {
+class LPMTRIE_API UnhashableException : public std::exception {
 public:
     explicit UnhashableException(String message) : message_(std::move(message)) {}
     char const* what() const noexcept override { return message_.c_str(); }
@@ -40,6 +41,6 @@ private:
     String message_;
 };
 
-[[noreturn]] void throwUnhashableException(FwkType const& type);
+[[noreturn]] LPMTRIE_API void throwUnhashableException(FwkType const& type);
 
 }  // namespace Vexo

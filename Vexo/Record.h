@@ -53,9 +53,9 @@ String valueToStrep(R const& record);
 namespace Detail {
 
 /** "Value('Type', ** {", what a framed record's text begins with. */
-String recordHead(FwkType const& type);
+LPMTRIE_API String recordHead(FwkType const& type);
 /** "'name': ", with ", " in front for a field that is not the first. */
-String fieldHead(char const* name, bool first);
+LPMTRIE_API String fieldHead(char const* name, bool first);
 
 template <class F>
 constexpr bool printed = !std::is_pointer_v<typename F::Member>;

@@ -11,7 +11,7 @@ namespace Vexo {
  * Enters a module, its types and its free functions into the process's registry for as long as it
  * lives: a static object of the module's library. A type becomes known by its qualified name.
  */
-class ModuleRegistration {
+class LPMTRIE_API ModuleRegistration {
 public:
     ModuleRegistration(FwkModule const& module, std::vector<FwkType const*> types,
                        std::span<Attribute const> functions = {});
@@ -24,17 +24,17 @@ private:
 };
 
 /** All modules, in the order of their registration. */
-std::vector<FwkModule const*> registeredModules();
+LPMTRIE_API std::vector<FwkModule const*> registeredModules();
 /** The types of a module, in the order of their numbers. */
-std::vector<FwkType const*> registeredTypes(FwkModule const& module);
+LPMTRIE_API std::vector<FwkType const*> registeredTypes(FwkModule const& module);
 /** The functions of a module that belong to no type. */
-std::span<Attribute const> registeredFunctions(FwkModule const& module);
+LPMTRIE_API std::span<Attribute const> registeredFunctions(FwkModule const& module);
 /** Null when there is none of that name. */
-FwkModule const* findModule(String const& name);
-FwkType const* findType(String const& qualifiedName);
+LPMTRIE_API FwkModule const* findModule(String const& name);
+LPMTRIE_API FwkType const* findType(String const& qualifiedName);
 
 /** Calls a module's function. */
-AttributeStatus callFunction(FwkModule const& module, String const& function,
-                             std::span<Value const> operands, Value* result);
+LPMTRIE_API AttributeStatus callFunction(FwkModule const& module, String const& function,
+                                         std::span<Value const> operands, Value* result);
 
 }  // namespace Vexo

@@ -15,7 +15,7 @@ namespace Vexo {
  * standard assertion failure with the condition, the module's source name, the line and the
  * function's signature, and SIGABRT.
  */
-class SassertHelper {
+class LPMTRIE_API SassertHelper {
 public:
     [[gnu::cold, gnu::noinline]] SassertHelper(char const* condition, char const* source,
                                                unsigned line, char const* signature) noexcept;

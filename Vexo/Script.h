@@ -22,6 +22,8 @@
 
 /* NOLINTBEGIN(modernize-*): C, not C++. */
 
+#include <Vexo/Export.h>
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -48,71 +50,72 @@ typedef enum VexoStatus {
 typedef enum VexoKind { VEXO_VALUE = 0, VEXO_FUNCTION = 1, VEXO_COLLECTION = 2 } VexoKind;
 
 /* What was wrong at this thread's last call that failed. Good until its next call that fails. */
-char const* vexoMessage(void);
+LPMTRIE_API char const* vexoMessage(void);
 
 /* ---- What there is. An index past the end gives null; listings are in a fixed order. ---- */
 
-VexoModule const* vexoModule(size_t index);
-char const* vexoModuleName(VexoModule const* module);
-char const* vexoModuleSource(VexoModule const* module);
-VexoType const* vexoModuleType(VexoModule const* module, size_t index);
+LPMTRIE_API VexoModule const* vexoModule(size_t index);
+LPMTRIE_API char const* vexoModuleName(VexoModule const* module);
+LPMTRIE_API char const* vexoModuleSource(VexoModule const* module);
+LPMTRIE_API VexoType const* vexoModuleType(VexoModule const* module, size_t index);
 /* Functions of the module that belong to no type. */
-VexoAttribute const* vexoModuleFunction(VexoModule const* module, size_t index);
+LPMTRIE_API VexoAttribute const* vexoModuleFunction(VexoModule const* module, size_t index);
 
 /* Null when no type of that qualified name is registered. */
-VexoType const* vexoFindType(char const* name);
-char const* vexoTypeName(VexoType const* type);
-VexoModule const* vexoTypeModule(VexoType const* type);
-uint32_t vexoTypeNumber(VexoType const* type);
+LPMTRIE_API VexoType const* vexoFindType(char const* name);
+LPMTRIE_API char const* vexoTypeName(VexoType const* type);
+LPMTRIE_API VexoModule const* vexoTypeModule(VexoType const* type);
+LPMTRIE_API uint32_t vexoTypeNumber(VexoType const* type);
 /* The type it is derived from, or null. */
-VexoType const* vexoTypeBase(VexoType const* type);
+LPMTRIE_API VexoType const* vexoTypeBase(VexoType const* type);
 /* 1: a value type, copied about; 0: an object type, referred to. */
-int vexoTypeIsValue(VexoType const* type);
+LPMTRIE_API int vexoTypeIsValue(VexoType const* type);
 /*
  * 1 when values of the type have a hash, or an order. Objects have a hash, by identity, and no
  * order.
  */
-int vexoTypeHasHash(VexoType const* type);
-int vexoTypeHasOrder(VexoType const* type);
+LPMTRIE_API int vexoTypeHasHash(VexoType const* type);
+LPMTRIE_API int vexoTypeHasOrder(VexoType const* type);
 /* The served attributes, those of the base type first. */
-VexoAttribute const* vexoTypeAttribute(VexoType const* type, size_t index);
+LPMTRIE_API VexoAttribute const* vexoTypeAttribute(VexoType const* type, size_t index);
 /* A function that makes one from operands; null when the type has none. */
-VexoAttribute const* vexoTypeConstructor(VexoType const* type);
+LPMTRIE_API VexoAttribute const* vexoTypeConstructor(VexoType const* type);
 /* The attribute's number within the type; 0 when the type declares none of that name. */
-uint32_t vexoTypeAttributeNumber(VexoType const* type, char const* attribute);
+LPMTRIE_API uint32_t vexoTypeAttributeNumber(VexoType const* type, char const* attribute);
 
-char const* vexoAttributeName(VexoAttribute const* attribute);
-VexoKind vexoAttributeKind(VexoAttribute const* attribute);
-int vexoAttributeIsReadable(VexoAttribute const* attribute);
-int vexoAttributeIsWritable(VexoAttribute const* attribute);
+LPMTRIE_API char const* vexoAttributeName(VexoAttribute const* attribute);
+LPMTRIE_API VexoKind vexoAttributeKind(VexoAttribute const* attribute);
+LPMTRIE_API int vexoAttributeIsReadable(VexoAttribute const* attribute);
+LPMTRIE_API int vexoAttributeIsWritable(VexoAttribute const* attribute);
 /*
  * Of the value, of a function's result, of a collection's values; null: a function without result.
  */
-VexoType const* vexoAttributeType(VexoAttribute const* attribute);
+LPMTRIE_API VexoType const* vexoAttributeType(VexoAttribute const* attribute);
 /* 1 when that type is an object's, travelling as a reference. */
-int vexoAttributeIsReference(VexoAttribute const* attribute);
+LPMTRIE_API int vexoAttributeIsReference(VexoAttribute const* attribute);
 /* Of a collection's keys, else null. */
-VexoType const* vexoAttributeKeyType(VexoAttribute const* attribute);
-size_t vexoParameterCount(VexoAttribute const* function);
-char const* vexoParameterName(VexoAttribute const* function, size_t index);
-VexoType const* vexoParameterType(VexoAttribute const* function, size_t index);
-int vexoParameterIsReference(VexoAttribute const* function, size_t index);
+LPMTRIE_API VexoType const* vexoAttributeKeyType(VexoAttribute const* attribute);
+LPMTRIE_API size_t vexoParameterCount(VexoAttribute const* function);
+LPMTRIE_API char const* vexoParameterName(VexoAttribute const* function, size_t index);
+LPMTRIE_API VexoType const* vexoParameterType(VexoAttribute const* function, size_t index);
+LPMTRIE_API int vexoParameterIsReference(VexoAttribute const* function, size_t index);
 
 /* ---- Making slots. ---- */
 
-VexoStatus vexoNone(VexoValue** out);
-VexoStatus vexoFromBool(int value, VexoValue** out);
-VexoStatus vexoFromNumber(uint64_t value, VexoValue** out);
-VexoStatus vexoFromString(char const* bytes, size_t length, VexoValue** out);
+LPMTRIE_API VexoStatus vexoNone(VexoValue** out);
+LPMTRIE_API VexoStatus vexoFromBool(int value, VexoValue** out);
+LPMTRIE_API VexoStatus vexoFromNumber(uint64_t value, VexoValue** out);
+LPMTRIE_API VexoStatus vexoFromString(char const* bytes, size_t length, VexoValue** out);
 /* A value from its text form, or a reference from the name that `vexoText` gave a living object. */
-VexoStatus vexoFromText(VexoType const* type, char const* bytes, size_t length, VexoValue** out);
+LPMTRIE_API VexoStatus vexoFromText(VexoType const* type, char const* bytes, size_t length,
+                                    VexoValue** out);
 /* By the type's constructor; without operands a value type's default. */
-VexoStatus vexoMake(VexoType const* type, VexoValue const* const* operands, size_t count,
-                    VexoValue** out);
+LPMTRIE_API VexoStatus vexoMake(VexoType const* type, VexoValue const* const* operands,
+                                size_t count, VexoValue** out);
 /* A value is copied, an object gets one more reference. */
-VexoStatus vexoCopy(VexoValue const* value, VexoValue** out);
+LPMTRIE_API VexoStatus vexoCopy(VexoValue const* value, VexoValue** out);
 /* Ends a slot. Null is allowed and does nothing. */
-void vexoRelease(VexoValue* value);
+LPMTRIE_API void vexoRelease(VexoValue* value);
 
 /* ---- Looking at slots. ---- */
 
@@ -120,54 +123,58 @@ void vexoRelease(VexoValue* value);
  * Of the value, or of the object itself, which may be derived from the declared type; null:
  * nothing.
  */
-VexoType const* vexoValueType(VexoValue const* value);
+LPMTRIE_API VexoType const* vexoValueType(VexoValue const* value);
 /* 1 for nothing and for a reference to no object. */
-int vexoIsNull(VexoValue const* value);
-VexoStatus vexoToBool(VexoValue const* value, int* out);
-VexoStatus vexoToNumber(VexoValue const* value, uint64_t* out);
+LPMTRIE_API int vexoIsNull(VexoValue const* value);
+LPMTRIE_API VexoStatus vexoToBool(VexoValue const* value, int* out);
+LPMTRIE_API VexoStatus vexoToNumber(VexoValue const* value, uint64_t* out);
 /* The bytes of a String, good until the slot is released. */
-VexoStatus vexoToString(VexoValue const* value, char const** bytes, size_t* length);
+LPMTRIE_API VexoStatus vexoToString(VexoValue const* value, char const** bytes, size_t* length);
 /* The text form, as a slot that holds a String. */
-VexoStatus vexoText(VexoValue const* value, VexoValue** out);
+LPMTRIE_API VexoStatus vexoText(VexoValue const* value, VexoValue** out);
 
 /* Results are 0 or 1. References: truth is being there, equality is being the same object. */
-VexoStatus vexoTruth(VexoValue const* value, int* out);
-VexoStatus vexoEqual(VexoValue const* a, VexoValue const* b, int* out);
-VexoStatus vexoLess(VexoValue const* a, VexoValue const* b, int* out);
-VexoStatus vexoHash(VexoValue const* value, uint32_t* out);
+LPMTRIE_API VexoStatus vexoTruth(VexoValue const* value, int* out);
+LPMTRIE_API VexoStatus vexoEqual(VexoValue const* a, VexoValue const* b, int* out);
+LPMTRIE_API VexoStatus vexoLess(VexoValue const* a, VexoValue const* b, int* out);
+LPMTRIE_API VexoStatus vexoHash(VexoValue const* value, uint32_t* out);
 
 /* ---- Attributes by name. `out` of a call may be null. ---- */
 
-VexoStatus vexoGet(VexoValue* self, char const* attribute, VexoValue** out);
-VexoStatus vexoSet(VexoValue* self, char const* attribute, VexoValue const* operand);
-VexoStatus vexoCall(VexoValue* self, char const* attribute, VexoValue const* const* operands,
-                    size_t count, VexoValue** out);
-VexoStatus vexoCallFunction(VexoModule const* module, char const* function,
-                            VexoValue const* const* operands, size_t count, VexoValue** out);
+LPMTRIE_API VexoStatus vexoGet(VexoValue* self, char const* attribute, VexoValue** out);
+LPMTRIE_API VexoStatus vexoSet(VexoValue* self, char const* attribute, VexoValue const* operand);
+LPMTRIE_API VexoStatus vexoCall(VexoValue* self, char const* attribute,
+                                VexoValue const* const* operands, size_t count, VexoValue** out);
+LPMTRIE_API VexoStatus vexoCallFunction(VexoModule const* module, char const* function,
+                                        VexoValue const* const* operands, size_t count,
+                                        VexoValue** out);
 
 /* Of a collection. A look-up of what is not there gives the mapped type's zero. */
-VexoStatus vexoLookUp(VexoValue* self, char const* attribute, VexoValue const* key,
-                      VexoValue** out);
-VexoStatus vexoPut(VexoValue* self, char const* attribute, VexoValue const* key,
-                   VexoValue const* mapped);
+LPMTRIE_API VexoStatus vexoLookUp(VexoValue* self, char const* attribute, VexoValue const* key,
+                                  VexoValue** out);
+LPMTRIE_API VexoStatus vexoPut(VexoValue* self, char const* attribute, VexoValue const* key,
+                               VexoValue const* mapped);
 /* `out` tells whether there was such an entry. */
-VexoStatus vexoErase(VexoValue* self, char const* attribute, VexoValue const* key, int* out);
-VexoStatus vexoContains(VexoValue* self, char const* attribute, VexoValue const* key, int* out);
-VexoStatus vexoCount(VexoValue* self, char const* attribute, uint64_t* out);
-VexoStatus vexoCapacity(VexoValue* self, char const* attribute, uint64_t* out);
+LPMTRIE_API VexoStatus vexoErase(VexoValue* self, char const* attribute, VexoValue const* key,
+                                 int* out);
+LPMTRIE_API VexoStatus vexoContains(VexoValue* self, char const* attribute, VexoValue const* key,
+                                    int* out);
+LPMTRIE_API VexoStatus vexoCount(VexoValue* self, char const* attribute, uint64_t* out);
+LPMTRIE_API VexoStatus vexoCapacity(VexoValue* self, char const* attribute, uint64_t* out);
 /* The key of entry number `index`, below the count; a change of the collection renumbers. */
-VexoStatus vexoKeyAt(VexoValue* self, char const* attribute, uint64_t index, VexoValue** out);
+LPMTRIE_API VexoStatus vexoKeyAt(VexoValue* self, char const* attribute, uint64_t index,
+                                 VexoValue** out);
 
 /* ---- The process. ---- */
 
 /* Tracked objects of all types that are alive. */
-uint64_t vexoLiveAllocations(void);
+LPMTRIE_API uint64_t vexoLiveAllocations(void);
 /* The same of one type, by its qualified name. */
-uint64_t vexoLiveAllocationsOf(char const* typeName);
+LPMTRIE_API uint64_t vexoLiveAllocationsOf(char const* typeName);
 /* Atomic reference counts on (1) or off (0); to be set while one thread runs. */
-void vexoThreadSafePtrIs(int on);
+LPMTRIE_API void vexoThreadSafePtrIs(int on);
 /* "LpmTrie/7-9,LpmTrieTypes/9": trace levels on, "LpmTrie/off": off. */
-VexoStatus vexoTraceLevelsIs(char const* settings);
+LPMTRIE_API VexoStatus vexoTraceLevelsIs(char const* settings);
 
 #ifdef __cplusplus
 }

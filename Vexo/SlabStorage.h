@@ -28,7 +28,7 @@ namespace Vexo {
  * Objects larger than `largest`, and all of them under the address sanitizer, which wants to watch
  * each, come from the global operators instead.
  */
-class SlabStorage {
+class LPMTRIE_API SlabStorage {
 public:
 #ifdef VEXO_NO_SLABS
     static constexpr std::size_t largest = 0;

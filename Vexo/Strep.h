@@ -27,7 +27,7 @@ namespace Vexo {
 template <class T>
 concept UnsignedNumber = std::unsigned_integral<T> && !std::same_as<T, bool>;
 
-String valueToStrep(unsigned long long value);
+LPMTRIE_API String valueToStrep(unsigned long long value);
 String valueToStrep(std::same_as<bool> auto value) {
     return value ? "True" : "False";
 }
@@ -35,21 +35,21 @@ template <UnsignedNumber T>
 requires(!std::same_as<T, unsigned long long>) String valueToStrep(T value) {
     return valueToStrep(static_cast<unsigned long long>(value));
 }
-String valueToStrep(String const& value);
-String valueToStrep(void const* pointer);
+LPMTRIE_API String valueToStrep(String const& value);
+LPMTRIE_API String valueToStrep(void const* pointer);
 /** Names a counted object. The name can be read back as long as the object lives. */
-String objectToStrep(PtrInterface const* object);
+LPMTRIE_API String objectToStrep(PtrInterface const* object);
 template <class T>
 String valueToStrep(Ptr<T> const& object) {
     return objectToStrep(object.get());
 }
 
-void sequenceToValue(CharRange& range, bool* value);
-void sequenceToValue(CharRange& range, String* value);
+LPMTRIE_API void sequenceToValue(CharRange& range, bool* value);
+LPMTRIE_API void sequenceToValue(CharRange& range, String* value);
 /** Reads one pointer as a number: "None" or "0x" and up to as many hexadecimal digits as it has. */
-void sequenceToValue(CharRange& range, void** value);
+LPMTRIE_API void sequenceToValue(CharRange& range, void** value);
 /** Decimal digits, without leading zeros, that make a number of at most `largest`. */
-U64 sequenceToNumber(CharRange& range, U64 largest);
+LPMTRIE_API U64 sequenceToNumber(CharRange& range, U64 largest);
 template <UnsignedNumber T>
 void sequenceToValue(CharRange& range, T* value) {
     *value = static_cast<T>(sequenceToNumber(range, static_cast<T>(~T{0})));
@@ -61,7 +61,7 @@ void sequenceToValue(CharRange& range, T* value) {
     *value = T(range);
 }
 /** Reads the name of one counted object; null for "None". A name of none that lives is refused. */
-Ptr<PtrInterface> sequenceToValueOfPtr(CharRange& range);
+LPMTRIE_API Ptr<PtrInterface> sequenceToValueOfPtr(CharRange& range);
 
 /**
  * Reads the value of the attribute `fieldName`; a RangeException leaves with the attribute's name.

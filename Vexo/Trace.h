@@ -29,7 +29,7 @@ using TraceSink = std::function<void(TraceLine const&)>;
  * into the process's list of handles on first use. Levels may be switched at any time by any
  * thread.
  */
-class TraceHandle {
+class LPMTRIE_API TraceHandle {
 public:
     static constexpr U32 highestLevel_ = 9;
 
@@ -81,13 +81,13 @@ private:
  * there that is not right is told on standard error and ignored. Throws RangeException, with
  * nothing switched.
  */
-void traceLevelsIs(String const& settings);
+LPMTRIE_API void traceLevelsIs(String const& settings);
 
 /**
  * Replaces the sink and returns the old one, which no other thread is calling any more; an empty
  * one restores the writer to standard error.
  */
-TraceSink traceSinkIs(TraceSink sink);
+LPMTRIE_API TraceSink traceSinkIs(TraceSink sink);
 
 }  // namespace Vexo
 

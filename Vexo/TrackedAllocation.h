@@ -27,7 +27,7 @@ struct AllocationCounts {
 /**
  * The running counts of one type. A constant of the program; counts are right under any threads.
  */
-class AllocationRecord {
+class LPMTRIE_API AllocationRecord {
 public:
     explicit constexpr AllocationRecord(FwkType const& type) noexcept : type_(&type) {}
     AllocationRecord(AllocationRecord const&) = delete;
@@ -69,28 +69,28 @@ private:
 };
 
 /** Counts of one type by its qualified name; all zero for a name that has allocated nothing. */
-AllocationCounts allocationCounts(String const& typeName);
+LPMTRIE_API AllocationCounts allocationCounts(String const& typeName);
 
 struct TypeAllocationCounts {
     String typeName;
     AllocationCounts counts;
 };
 /** One entry for each type that has ever allocated. */
-std::vector<TypeAllocationCounts> allocationCounts();
+LPMTRIE_API std::vector<TypeAllocationCounts> allocationCounts();
 /** Tracked objects of all types alive now. */
-U64 liveAllocations() noexcept;
+LPMTRIE_API U64 liveAllocations() noexcept;
 
 namespace Detail {
 
 /** Storage that remembers its size, in front of what it returns. Throws std::bad_alloc. */
-void* alignedStorage(std::size_t bytes, std::align_val_t alignment);
-std::size_t alignedStorageSize(void const* storage) noexcept;
-void releaseAlignedStorage(void* storage, std::align_val_t alignment) noexcept;
+LPMTRIE_API void* alignedStorage(std::size_t bytes, std::align_val_t alignment);
+LPMTRIE_API std::size_t alignedStorageSize(void const* storage) noexcept;
+LPMTRIE_API void releaseAlignedStorage(void* storage, std::align_val_t alignment) noexcept;
 
 }  // namespace Detail
 
 /** Storage from the global operators. */
-class HeapStorage {
+class LPMTRIE_API HeapStorage {
 public:
     static void* allocate(std::size_t bytes) { return ::operator new(bytes); }
     static void release(void* storage, std::size_t /*bytes*/) noexcept {
@@ -105,7 +105,7 @@ public:
  * `Storage` is where objects come from that need no boundary of their own.
  */
 template <class T, class Storage = HeapStorage>
-class TrackedAllocation {
+class LPMTRIE_API TrackedAllocation {
 public:
     static void* operator new(std::size_t bytes) {
         void* const storage = Storage::allocate(bytes);

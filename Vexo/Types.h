@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Vexo/Export.h>
+
 #include <cstdint>
 #include <string>
 
@@ -14,6 +16,6 @@ using U64 = std::uint64_t;
 using String = std::string;
 
 /** A String formatted as by printf (ISO C, 7.21.6.1). Throws std::bad_alloc when memory ends. */
-[[gnu::format(printf, 1, 2)]] String formatString(char const* format, ...);
+[[gnu::format(printf, 1, 2)]] LPMTRIE_API String formatString(char const* format, ...);
 
 }  // namespace Vexo

@@ -16,7 +16,7 @@ namespace Vexo {
  * The framework's untyped slot: nothing, a value of any described value type, or a counted
  * reference to an object (perhaps null). Copying copies the value or takes a reference.
  */
-class Value {
+class LPMTRIE_API Value {
 public:
     Value() noexcept = default;
     /** Takes over a value made by the type's own operations. */
@@ -55,7 +55,7 @@ private:
 };
 
 /** A slot does not hold what an attribute takes. */
-class ConversionException : public std::exception {
+class LPMTRIE_API ConversionException : public std::exception {
 public:
     /** `place` names the attribute, and its parameter where there is one. */
     ConversionException(String const& place, String const& wanted, String const& given)
@@ -106,9 +106,9 @@ struct Boxing<Ptr<T>> {
 };
 
 namespace Detail {
-Value boxNumber(U64 number);
+LPMTRIE_API Value boxNumber(U64 number);
 /** The slot's number; throws ConversionException, or RangeException when it is over `largest`. */
-U64 unboxNumber(Value const& slot, String const& place, U64 largest);
+LPMTRIE_API U64 unboxNumber(Value const& slot, String const& place, U64 largest);
 }  // namespace Detail
 
 template <UnsignedNumber T>
@@ -122,14 +122,14 @@ struct Boxing<T> {
 };
 
 template <>
-struct Boxing<bool> {
+struct LPMTRIE_API Boxing<bool> {
     static constexpr TypeRef type_{&boolType, false};
     static Value box(bool value) { return Value::adopt(boolType, new bool(value)); }
     static bool unbox(Value const& slot, String const& place);
 };
 
 template <>
-struct Boxing<String> {
+struct LPMTRIE_API Boxing<String> {
     static constexpr TypeRef type_{&stringType, false};
     static Value box(String const& value) { return Value::adopt(stringType, new String(value)); }
     static String unbox(Value const& slot, String const& place);
@@ -156,7 +156,7 @@ Value box(T const& value) {
 namespace Detail {
 
 /** Storage for a number, found before the number is known. */
-class NumberRoom {
+class LPMTRIE_API NumberRoom {
 public:
     explicit NumberRoom(bool wide) : wide_(wide ? new U64 : nullptr) {}
     Value box(U64 number) noexcept;

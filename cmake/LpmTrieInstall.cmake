@@ -18,12 +18,16 @@ set(lpmtrie_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/LpmTrie")
 set(LPMTRIE_PYTHON_DIR "lib/python3/dist-packages" CACHE STRING
     "Where the Python package goes, relative to the prefix; the default is Debian's place")
 
-# Headers that only sources of their own folder include are not the client's business.
+# Headers that only the library's own sources include are not the client's business.
+string(JOIN "|" lpmtrie_private_headers
+    "LpmTrie/(DescriptorText|Index(Block|Path)|Module|Trie(Descent|Hooks|Index))"
+    "Nimbal/TextReader"
+    "Vexo/ObjectNames")
 install(DIRECTORY Vexo Torvel Nimbal LpmTrie
     DESTINATION "${lpmtrie_include_dir}"
     COMPONENT development
     FILES_MATCHING PATTERN "*.h"
-    REGEX "/(LpmTrie/(DescriptorText|Module|TrieHooks)|Nimbal/TextReader)\\.h$" EXCLUDE)
+    REGEX "/(${lpmtrie_private_headers})\\.h$" EXCLUDE)
 install(FILES "${PROJECT_BINARY_DIR}/include/LpmTrie/Version.h"
     DESTINATION "${lpmtrie_include_dir}/LpmTrie"
     COMPONENT development)

@@ -1,6 +1,7 @@
 /*
  * A client with a trie and a node class of its own: inserts routes, cuts a partition off, merges it
- * back, and prints what its hooks and its nodes tell.
+ * back, and prints what its hooks and its nodes tell. Then it looks at what library and client have
+ * to share: exceptions, types and counts of allocations.
  */
 
 #include <LpmTrie/LpmTrie.h>
@@ -12,6 +13,9 @@
 namespace {
 
 using Vexo::U32;
+
+/** Thrown by the client, through the library, to the client. */
+struct NoRoom {};
 
 /** Tells a bank of the chip where the library would tell a table. */
 class BankNode : public LpmTrie::Node {
@@ -26,6 +30,9 @@ public:
     LpmTrie::Node* allocateNode(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute,
                                 bool partitionNode, LpmTrie::PartitionId::Ptr const& partitionId,
                                 U32 hwTable) override {
+        if (full_) {
+            throw NoRoom();
+        }
         ++nodes_;
         return new BankNode(prefixRef, fibRoute, partitionNode, partitionId, hwTable);
     }
@@ -37,9 +44,11 @@ public:
         std::printf("moved %s\n", node->stringValue().c_str());
     }
     int nodes() const { return nodes_; }
+    void fullIs(bool full) { full_ = full; }
 
 private:
     int nodes_ = 0;
+    bool full_ = false;
 };
 
 Nimbal::IpGenPrefix prefix(char const* text) {
@@ -51,6 +60,35 @@ void show(BankTrie& trie, char const* title) {
     std::printf("%s\n", title);
     std::fflush(stdout);
     trie.dumpPartition(STDOUT_FILENO);
+}
+
+void showShared(BankTrie& trie) {
+    try {
+        prefix("10.0.0.0/33");
+    } catch (Vexo::RangeException const& error) {
+        std::printf("refused: %s\n", error.what());
+    }
+    trie.fullIs(true);
+    try {
+        trie.insertFromRoot(prefix("172.16.0.0/12"), true, false, nullptr, 0);
+    } catch (NoRoom const&) {
+        std::printf("no room\n");
+    }
+    trie.fullIs(false);
+    Vexo::Ptr<Vexo::PtrInterface> const object(&trie);
+    std::printf("a trie: %s, a bitmap: %s\n",
+                Vexo::dynamicPtrCast<LpmTrie::Trie>(object) ? "yes" : "no",
+                Vexo::dynamicPtrCast<Torvel::Bitmap>(object) ? "yes" : "no");
+    auto const other = LpmTrie::trieFactory(1);  // made by the library, as the first one was not
+    for (auto const* type : {"LpmTrie::Node", "LpmTrie::Trie", "Torvel::Bitmap"}) {
+        auto const counts = Vexo::allocationCounts(type);
+        std::printf("%s: %llu alive\n", type, static_cast<unsigned long long>(counts.live()));
+    }
+    std::size_t types = 0;
+    for (auto const& entry : Vexo::allocationCounts()) {
+        types += entry.typeName == "LpmTrie::Trie" ? 1U : 0U;
+    }
+    std::printf("counted in %zu place\n", types);
 }
 
 }  // namespace
@@ -82,6 +120,7 @@ int main() {
 
     trie->mergePartition(cut, top, top->partitionId(), false, nullptr);
     show(*trie, "merged");
+    showShared(*trie);
 
     removeAll(*trie);
     std::printf("nodes left %d\n", trie->nodes());
