@@ -93,6 +93,16 @@ class Evidence(unittest.TestCase):
         self.assertEqual(run(self.root, "--check").returncode, 0)
         self.assertIn("- drops: 1,234,567\n- ratio: 0.5\n", self.page.read_text())
 
+    def test_figures_are_taken_from_lines(self):
+        lines = self.root / "lines"
+        lines.write_text("drops: 1234567\ntime: 1.5 s: slow\n")
+        record = ["record", "water", "--promise", "p", "--command", "scripts/pour",
+                  f"@{lines}"]
+        self.assertEqual(run(self.root, *record, "cups=2").returncode, 0)
+        self.assertIn("- drops: 1,234,567\n- time: 1.5 s: slow\n- cups: 2\n", self.page.read_text())
+        lines.write_text("and so on\n")
+        self.assert_refused(*record, why="no LABEL: VALUE: and so on")
+
     def test_record_of_a_command_that_is_not_there_is_refused(self):
         self.assert_refused("record", "water", "--promise", "p", "--command", "scripts/spill", "a=1",
                             why="cannot be run")
