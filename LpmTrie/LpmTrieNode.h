@@ -37,6 +37,7 @@ using Vexo::U64;
  */
 class LPMTRIE_API Node : public Vexo::TrackedAllocation<Node, Vexo::SlabStorage> {
 public:
+    /** Linked to nothing, counters 0, nothing pending. `prefixRef` is not null. */
     Node(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute, bool partitionNode,
          PartitionId::Ptr const& partitionId, U32 hwTable) noexcept;
     Node(Node const&) = delete;
@@ -50,6 +51,7 @@ public:
     /** ",cp", ",dp" and ",sp" for the flags that are set; `maxPendingState` adds none. */
     virtual String getPendingStateStr() const;
 
+    /** @{ What the node is; the head of the class explains the counters. Null: there is none. */
     Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef() const noexcept { return prefixRef_; }
     Node* parent() const noexcept { return parent_; }
     /** The child whose next prefix bit is `bit`, 0 or 1; null when there is none. */
@@ -61,6 +63,7 @@ public:
     U32 routeCount() const noexcept { return routeCount_; }
     U32 partitionRouteCount() const noexcept { return partitionRouteCount_; }
     PendingState pendingState() const noexcept { return pendingState_; }
+    /** @} */
 
     /** Prefix length in bits. */
     U32 len() const {
@@ -96,6 +99,10 @@ public:
         partitionNode_ = partitionNode;
         indexRoleChanged();
     }
+    /**
+     * @{ Sets just this. Counters, the other end of a link and the labels below are the caller's
+     * affair; a link set by hand makes the trie give its index up.
+     */
     void fibRouteIs(bool fibRoute) {
         checkEyeCatcher("void LpmTrie::Node::fibRouteIs(bool)");
         fibRoute_ = fibRoute;
@@ -116,12 +123,14 @@ public:
         checkEyeCatcher("void LpmTrie::Node::partitionIdIs(const Ptr&)");
         partitionId_.swap(partitionId);
     }
+    /** @} */
     /** Replaces the whole state: how a client completes a pending change. */
     void pendingStateIs(PendingState pendingState) {
         checkEyeCatcher("void LpmTrie::Node::pendingStateIs(LpmTrie::PendingState)");
         pendingState_ = pendingState;
         indexRoleChanged();
     }
+    /** @{ Changes this node's counter alone. Going below 0 is fatal, beyond 32 bits is not seen. */
     void partitionRouteCountIs(U32 count) {
         checkEyeCatcher("void LpmTrie::Node::partitionRouteCountIs(U32)");
         partitionRouteCount_ = count;
@@ -148,6 +157,7 @@ public:
         checkEyeCatcher("void LpmTrie::Node::partitionRouteCountDec(U32)");
         partitionRouteCount_ -= decr;
     }
+    /** @} */
 
     /** One line: "Partition,Fib,10.0.0.0/8,3,3,0x5,hw:1,cp". Checks the eye catcher. */
     String stringValue() const;

@@ -24,12 +24,15 @@ public:
     static Vexo::FwkType const fwkType_;
 
     constexpr PartitionIdValue() noexcept = default;
+    /** Any number will do. */
     explicit constexpr PartitionIdValue(U32 value) noexcept : value_(value) {}
     /** Reads an unsigned decimal. Throws RangeException naming "value". */
     explicit PartitionIdValue(Vexo::CharRange& range);
 
+    /** @{ The number. */
     constexpr U32 value() const noexcept { return value_; }
     constexpr U32 hash() const noexcept { return value_; }
+    /** @} */
 
     constexpr explicit operator bool() const noexcept { return value_ != 0; }
     constexpr auto operator<=>(PartitionIdValue const&) const noexcept = default;
@@ -42,7 +45,9 @@ LPMTRIE_API std::ostream& operator<<(std::ostream& out, PartitionIdValue const& 
 
 /**
  * What a node's partition is waiting for: a set of four flags in one byte, bits 4 to 7 always 0.
- * `maxPendingState` is an ordinary fourth flag, not a count.
+ * The trie sets `createPartition` and `removePartition`; the client clears them when the hardware
+ * has followed, and may use the others as it likes. `maxPendingState` is an ordinary fourth flag,
+ * not a count. A plain value, empty by default.
  */
 class LPMTRIE_API PendingState {
 public:
@@ -52,25 +57,34 @@ public:
     /** Reads the text form. Throws RangeException. */
     explicit PendingState(Vexo::CharRange& range);
 
+    /** @{ The set of this flag alone. */
     static constexpr PendingState createPartition_() noexcept { return ofBits(1); }
     static constexpr PendingState removePartition_() noexcept { return ofBits(2); }
     static constexpr PendingState splittingPartition_() noexcept { return ofBits(4); }
     static constexpr PendingState maxPendingState_() noexcept { return ofBits(8); }
+    /** @} */
 
+    /** @{ Whether this flag is set. */
     constexpr bool createPartition() const noexcept { return has(1); }
     constexpr bool removePartition() const noexcept { return has(2); }
     constexpr bool splittingPartition() const noexcept { return has(4); }
     constexpr bool maxPendingState() const noexcept { return has(8); }
+    /** @} */
+    /** @{ Sets or clears this flag, and no other. */
     constexpr void createPartition(bool on) noexcept { put(1, on); }
     constexpr void removePartition(bool on) noexcept { put(2, on); }
     constexpr void splittingPartition(bool on) noexcept { put(4, on); }
     constexpr void maxPendingState(bool on) noexcept { put(8, on); }
+    /** @} */
 
+    /** The byte: 1 createPartition, 2 removePartition, 4 splittingPartition, 8 maxPendingState. */
     constexpr U8 value() const noexcept { return value_; }
+    /** Of the byte, by Vexo's hash. */
     U32 hash() const noexcept;
 
     constexpr explicit operator bool() const noexcept { return value_ != 0; }
     constexpr auto operator<=>(PendingState const&) const noexcept = default;
+    /** @{ Set operations; the complement is within the four flags. */
     friend constexpr PendingState operator&(PendingState a, PendingState b) noexcept {
         return ofBits(a.value_ & b.value_);
     }
@@ -80,13 +94,13 @@ public:
     friend constexpr PendingState operator^(PendingState a, PendingState b) noexcept {
         return ofBits(a.value_ ^ b.value_);
     }
-    /** The flags of `a` that are not in `b`. */
     friend constexpr PendingState operator-(PendingState a, PendingState b) noexcept {
         return ofBits(a.value_ & ~U32{b.value_});
     }
     friend constexpr PendingState operator~(PendingState a) noexcept {
         return ofBits(~U32{a.value_});
     }
+    /** @} */
 
     static Vexo::FwkType const fwkType_;
 
@@ -114,7 +128,7 @@ LPMTRIE_API std::ostream& operator<<(std::ostream& out, PendingState const& stat
  * Owns a partition number for as long as it lives: the bit `id & mask` of a shared bitmap is set at
  * construction and cleared at destruction. Deliberate: the bit is not `id` itself, a client may
  * keep bits of its own in `id` that `mask` holds back. Whether the bit was free is the bitmap's
- * affair.
+ * affair. Nodes and records of moved routes share it; in thread-safe-pointer mode, threads may.
  */
 class LPMTRIE_API PartitionId : public Vexo::PtrInterface,
                                 public Vexo::TrackedAllocation<PartitionId> {
@@ -132,9 +146,11 @@ public:
     Vexo::FwkType const* fwkType() const override;
     ~PartitionId() override;
 
+    /** @{ As at construction. */
     PartitionIdValue id() const noexcept { return id_; }
     U32 mask() const noexcept { return mask_; }
     Vexo::Ptr<Torvel::Bitmap> const& bitMap() const noexcept { return bitMap_; }
+    /** @} */
 
     /** Reserves the number. The constructor calls it; a second call changes nothing. */
     void handleConstruction();
@@ -152,7 +168,8 @@ private:
 /** "PartitionId:5 references:3", or "PartitionId null". */
 LPMTRIE_API std::ostream& operator<<(std::ostream& out, PartitionId const* id);
 
-LPMTRIE_API extern Vexo::FwkModule const lpmTrieTypesModule;
+LPMTRIE_API /** The module of this header's types. */
+    extern Vexo::FwkModule const lpmTrieTypesModule;
 
 }  // namespace LpmTrie
 

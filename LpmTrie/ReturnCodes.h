@@ -14,7 +14,10 @@ class Node;
  * the parser wants every field in the full frame, so a printed record does not read back.
  */
 
-/** What an insertion or a search found: each operation tells what its fields mean there. */
+/**
+ * What an insertion or a search found: each operation tells what its fields mean there. Owns
+ * nothing: the pointers are good until the trie changes next.
+ */
 class LPMTRIE_API TrieReturnCode {
 public:
     static constexpr auto fields() {
@@ -28,6 +31,7 @@ public:
     static Vexo::FwkType const fwkType_;
 
     constexpr TrieReturnCode() noexcept = default;
+    /** Of its parts. */
     constexpr TrieReturnCode(Node* node, Node* partitionNode, Node* coveringPrefixNode,
                              bool isDirty) noexcept
         : node_(node),
@@ -36,12 +40,14 @@ public:
           dirty(isDirty) {}
     explicit TrieReturnCode(Vexo::CharRange& range);
 
+    /** @{ A node, or null for none. Setting changes this record only. */
     Node* node() const noexcept { return node_; }
     Node* partitionNode() const noexcept { return partitionNode_; }
     Node* coveringPrefixNode() const noexcept { return coveringPrefixNode_; }
     void nodeIs(Node* node) & noexcept { node_ = node; }
     void partitionNodeIs(Node* node) & noexcept { partitionNode_ = node; }
     void coveringPrefixNodeIs(Node* node) & noexcept { coveringPrefixNode_ = node; }
+    /** @} */
 
     explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
     bool operator==(TrieReturnCode const& other) const noexcept {
@@ -54,10 +60,13 @@ private:
     Node* coveringPrefixNode_ = nullptr;
 
 public:
-    bool dirty = false;
+    bool dirty = false;  // something is pending at a node that a search for a merge has found
 };
 
-/** What a removal left: the node that stays, or null, and whether the prefix's node has gone. */
+/**
+ * What a removal left: the node that stays, or null, and whether the prefix's node has gone. Owns
+ * nothing.
+ */
 class LPMTRIE_API TrieNodeReturnCode {
 public:
     static constexpr auto fields() {
@@ -68,12 +77,15 @@ public:
     static Vexo::FwkType const fwkType_;
 
     constexpr TrieNodeReturnCode() noexcept = default;
+    /** Of its parts. */
     constexpr TrieNodeReturnCode(Node* node, bool hasSucceeded) noexcept
         : node_(node), success(hasSucceeded) {}
     explicit TrieNodeReturnCode(Vexo::CharRange& range);
 
+    /** @{ The node that stays; null: none does. Setting changes this record only. */
     Node* node() const noexcept { return node_; }
     void nodeIs(Node* node) & noexcept { node_ = node; }
+    /** @} */
 
     explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
     bool operator==(TrieNodeReturnCode other) const noexcept {
@@ -84,12 +96,12 @@ private:
     Node* node_ = nullptr;
 
 public:
-    bool success = false;
+    bool success = false;  // the prefix's node serves nothing any more
 };
 
 /**
  * One step of a walk: the node reached, how it hangs from its parent (0, 1; 3: it does not), and
- * its level.
+ * its level. Owns nothing.
  */
 class LPMTRIE_API TrieTraversalReturnCode {
 public:
@@ -102,12 +114,15 @@ public:
     static Vexo::FwkType const fwkType_;
 
     constexpr TrieTraversalReturnCode() noexcept = default;
+    /** Of its parts. */
     constexpr TrieTraversalReturnCode(Node* node, U32 hangsByBit, U32 atLevel) noexcept
         : node_(node), bit(hangsByBit), level(atLevel) {}
     explicit TrieTraversalReturnCode(Vexo::CharRange& range);
 
+    /** @{ The node reached; null: the walk is over. Setting changes this record only. */
     Node* node() const noexcept { return node_; }
     void nodeIs(Node* node) & noexcept { node_ = node; }
+    /** @} */
 
     explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
     bool operator==(TrieTraversalReturnCode const& other) const noexcept {
@@ -118,12 +133,13 @@ private:
     Node* node_ = nullptr;
 
 public:
-    U32 bit = 0;
-    U32 level = 0;
+    U32 bit = 0;    // 0 or 1: which child it is; 3: it is none
+    U32 level = 0;  // the caller's, and one more for each step down, one less for each step up
 };
 
 /**
  * A merge that a search proposes: from which partition node into which node; both null for none.
+ * Owns nothing.
  */
 class LPMTRIE_API TrieFindMergeReturnCode {
 public:
@@ -138,10 +154,12 @@ public:
     constexpr TrieFindMergeReturnCode() noexcept = default;
     explicit TrieFindMergeReturnCode(Vexo::CharRange& range);
 
+    /** @{ The nodes, for `Trie::mergePartition`. Setting changes this record only. */
     Node* fromNode() const noexcept { return fromNode_; }
     Node* toNode() const noexcept { return toNode_; }
     void fromNodeIs(Node* node) & noexcept { fromNode_ = node; }
     void toNodeIs(Node* node) & noexcept { toNode_ = node; }
+    /** @} */
 
     explicit operator bool() const noexcept { return Vexo::recordIsSet(*this); }
     bool operator==(TrieFindMergeReturnCode const& other) const noexcept {
@@ -153,7 +171,7 @@ private:
     Node* toNode_ = nullptr;
 
 public:
-    bool dirty = false;
+    bool dirty = false;  // something is pending at a node concerned: finish that first
 };
 
 LPMTRIE_API std::ostream& operator<<(std::ostream& out, TrieReturnCode const& code);

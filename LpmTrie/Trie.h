@@ -24,12 +24,17 @@ class TrieIndex;
  * the trie as it was. Only a `movedNode` hook is different: the operation completes, all reports
  * are made, and then the first exception reaches the caller. `deallocateNode` must not throw.
  *
- * Not locked: one thread at a time works on one trie.
+ * What goes along one way between root and node (insertions, removals, look-ups, steps, most
+ * searches) takes time in proportion to the depth, at most the address's bits; what labels or walks
+ * over a partition, to its nodes; `verify`, to all nodes times the depth.
+ *
+ * Not locked: one thread at a time works on one trie, look-ups included.
  */
 class LPMTRIE_API Trie : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Trie> {
 public:
     using Ptr = Vexo::Ptr<Trie>;
 
+    /** Empty, of no family, with notification off. */
     explicit Trie(U32 vrfId) noexcept;
     /** A new, empty trie with notification on. */
     static Ptr TrieIs(U32 vrfId);
@@ -51,11 +56,13 @@ public:
      * Places `newPrefix` as a FIB route, as a partition node or as both, descending from
      * `fromPartitionNode`, which covers it, or from the root when that is null. A route inserted
      * from a start node carries that node's own id object and table. Returns the prefix's node and,
-     * for a partition, the node again and the FIB route that covers it.
+     * for a partition, the node again and the FIB route that covers it. `insertionRefusal` tells
+     * beforehand what would be fatal.
      */
     virtual TrieReturnCode insert(Nimbal::IpGenPrefix const& newPrefix, Node* fromPartitionNode,
                                   bool fibRoute, bool partitionNode,
                                   PartitionId::Ptr const& partitionId, U32 hwTable);
+    /** `insert` without a start node; the labels are the arguments'. */
     virtual TrieReturnCode insertFromRoot(Nimbal::IpGenPrefix const& newPrefix, bool fibRoute,
                                           bool partitionNode, PartitionId::Ptr const& partitionId,
                                           U32 hwTable);
@@ -73,9 +80,11 @@ public:
      */
     virtual TrieReturnCode findPartitionNode(Nimbal::IpGenPrefix const& prefix,
                                              bool includePendingRmPartition);
+    /** @{ Parts of `verify`: one route of a partition, all of them, and both with the hook. */
     virtual void verifyFibRoute(Node* node, Node* partitionNode);
     virtual void verifyFibRoutes(Node* node);
     virtual void verifyPartition(Node* node);
+    /** @} */
     /** Hook for checks of a client's own node data; does nothing. */
     virtual void verifyNodeProperties(Node* node);
     /** Checks every invariant of the whole trie; the first violation is fatal. Changes nothing. */
@@ -85,13 +94,17 @@ public:
 
     // The object's own attributes.
 
+    /** The number of the routing instance. */
     U32 vrfId() const noexcept { return vrfId_; }
-    /** The most nodes that `dump` writes. */
+    /** @{ The most nodes that `dump` writes: 200,000 to begin with. */
     U32 dumpLimit() const noexcept { return dumpLimit_; }
     void dumpLimitIs(U32 limit) noexcept { dumpLimit_ = limit; }
-    /** The family of every prefix in the trie; to be set before the first insertion. */
+    /** @} */
+    /** @{ The family of every prefix in the trie; to be set before the first insertion. */
     Nimbal::AddressFamily af() const noexcept { return af_; }
     void afIs(Nimbal::AddressFamily af) noexcept { af_ = af; }
+    /** @} */
+    /** The node above all others; null in an empty trie. */
     Node* root() const noexcept { return root_; }
     /** Sets the root without any check or counter work. */
     void rootIs(Node* root) noexcept {
@@ -180,6 +193,7 @@ public:
 
     /** A partition node, or one whose removal is pending. */
     bool isPartitionNode(Node* node);
+    /** A partition of that table with at most so many routes. Fatal for no partition node. */
     bool checkValidPartitionMergeNode(Node* candidateNode, U32 sHwTable, U32 maxPartitionCount);
     /**
      * The highest node between the two that can root a new partition with the candidate's routes.
@@ -193,7 +207,10 @@ public:
     TrieFindMergeReturnCode findMergeNodeViaPartitionRedistribution(Node* srcPartitionNode,
                                                                     U32 maxPartitionCount,
                                                                     bool toSrcPartition);
-    /** Where to split so that the piece cut off holds about `splitCount` routes. */
+    /**
+     * Where to split so that the piece cut off holds about `splitCount` routes, which must be fewer
+     * than the partition has. May be the partition's own node unless `disallowSplitOnParent`.
+     */
     TrieReturnCode findMergeNodeViaSplitCount(Node* srcPartitionNode, U32 splitCount,
                                               bool disallowSplitOnParent);
     /**

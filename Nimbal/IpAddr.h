@@ -9,7 +9,7 @@
 
 namespace Nimbal {
 
-/** IPv4 address. Ordered as a number. */
+/** IPv4 address. Ordered as a number. A plain value; 0.0.0.0 by default. */
 class LPMTRIE_API IpAddr {
 public:
     constexpr IpAddr() noexcept = default;
@@ -21,11 +21,14 @@ public:
     /** Dotted decimal: four numbers 0 to 255 without leading zeros. Throws RangeException. */
     static IpAddr fromString(std::string_view text);
 
+    /** The address as a number, as at construction. */
     constexpr U32 value() const noexcept { return value_; }
+    /** In network order. */
     constexpr std::array<U8, 4> bytes() const noexcept {
         return {static_cast<U8>(value_ >> 24), static_cast<U8>(value_ >> 16),
                 static_cast<U8>(value_ >> 8), static_cast<U8>(value_)};
     }
+    /** Dotted decimal, as `fromString` reads it. */
     String stringValue() const;
 
     constexpr auto operator<=>(IpAddr const&) const noexcept = default;

@@ -15,11 +15,14 @@ namespace Nimbal {
  *
  * Address and length are kept as given, host bits and lengths over the family's limit included;
  * only reading text is strict. The last 12 address bytes of a prefix that is not IPv6 are always
- * zero. Ordered by family, then address, then length: the pre-order of a prefix trie.
+ * zero. Ordered by family, then address, then length: the pre-order of a prefix trie. A plain
+ * value, to be read by any number of threads, and a key of `std::unordered_map`; by default of no
+ * family, all zeros.
  */
 class LPMTRIE_API IpGenPrefix {
 public:
     constexpr IpGenPrefix() noexcept = default;
+    /** @{ Of the address's family, as given. */
     constexpr IpGenPrefix(IpAddr const& address, U32 len) noexcept
         : af_(AddressFamily::ipv4), len_(len) {
         auto const bytes = address.bytes();
@@ -29,6 +32,7 @@ public:
     }
     constexpr IpGenPrefix(Ip6Addr const& address, U32 len) noexcept
         : af_(AddressFamily::ipv6), address_(address.bytes()), len_(len) {}
+    /** @} */
     /**
      * From raw bytes in network order. Takes the first 4 (IPv6: 16) of `bytes`, zeros for those
      * that are missing, so the short form of routing protocols (RFC 4271, 4.3) will do.
@@ -51,8 +55,11 @@ public:
      */
     static IpGenPrefix fromStringClearingHostBits(std::string_view text, bool* cleared = nullptr);
 
+    /** The family. */
     constexpr AddressFamily af() const noexcept { return af_; }
+    /** The length in bits, as given. */
     constexpr U32 len() const noexcept { return len_; }
+    /** The address in network order, host bits included; of IPv4 the first 4 bytes. */
     constexpr std::array<U8, 16> const& address() const noexcept { return address_; }
     /** Bits 32 * `index` to 32 * `index` + 31 of the address, as a number. `index` is 0 to 3. */
     constexpr U32 word(U32 index) const noexcept {
@@ -72,11 +79,15 @@ public:
         return (U32{address_[position / 8]} >> (7 - position % 8)) & 1U;
     }
 
+    /** @{ The same bytes and length as a prefix of that family; the own family is not looked at. */
     IpPrefix v4Prefix() const noexcept { return {IpAddr(word(0)), len_}; }
     Ip6Prefix v6Prefix() const noexcept { return {Ip6Addr(address_), len_}; }
+    /** @} */
     /** Same family and the two agree on the leading bits of the shorter one. */
     bool overlaps(IpGenPrefix const& other) const noexcept;
+    /** The same family and length, and no bit set past the length. */
     IpGenPrefix hostBitsCleared() const noexcept;
+    /** Of all 24 bytes; the same within one process only. */
     U32 hash() const noexcept;
     /** Address, slash, length; RFC 5952 for IPv6, mixed notation for ::ffff:0:0/96 and below it. */
     String stringValue() const;
@@ -103,9 +114,11 @@ LPMTRIE_API String valueToStrep(IpGenPrefix const& prefix);
 
 }  // namespace Nimbal
 
+/** @cond Doxygen does not find the scope of a specialisation. */
 template <>
 struct std::hash<Nimbal::IpGenPrefix> {
     std::size_t operator()(Nimbal::IpGenPrefix const& prefix) const noexcept {
         return prefix.hash();
     }
 };
+/** @endcond */

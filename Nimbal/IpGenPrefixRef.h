@@ -17,12 +17,14 @@ class LPMTRIE_API IpGenPrefixRef
 public:
     using Ptr = Vexo::Ptr<IpGenPrefixRef>;
 
+    /** Copies the prefix. Held by nobody yet. */
     explicit IpGenPrefixRef(IpGenPrefix const& prefix) noexcept : prefix_(prefix) {}
     /** A new holder with notification on. Throws std::bad_alloc. */
     static Ptr IpGenPrefixRefIs(IpGenPrefix const& prefix);
 
     Vexo::FwkType const* fwkType() const override;
 
+    /** Lives as long as the holder. */
     IpGenPrefix const& prefix() const noexcept { return prefix_; }
 
     static Vexo::FwkType const fwkType_;
@@ -44,11 +46,13 @@ LPMTRIE_API String valueToStrep(Vexo::Ptr<IpGenPrefixRef const> const& holder);
 
 namespace Vexo {
 
+/** @{ Reads a prefix into a new holder, or None. RangeException that names `fieldName`. */
 template <>
 LPMTRIE_API Ptr<Nimbal::IpGenPrefixRef> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef>>(
     CharRange& range, char const* fieldName);
 template <>
 LPMTRIE_API Ptr<Nimbal::IpGenPrefixRef const> deserializeAttr<Ptr<Nimbal::IpGenPrefixRef const>>(
     CharRange& range, char const* fieldName);
+/** @} */
 
 }  // namespace Vexo

@@ -16,25 +16,30 @@ using Vexo::U64;
  * Shared allocator of small numbers: a counted bit set that grows as needed up to a limit. Setting
  * a set bit and clearing a clear one are allowed and change nothing. Memory: at most two bits for
  * each index up to the highest ever set. In thread-safe-pointer mode every operation locks, so
- * threads may share a bitmap.
+ * threads may share a bitmap. `takeNextFree` and `nextFree` walk over full words of 64 bits, from
+ * the first one that is not full; the others take constant time, but for growth.
  */
 class LPMTRIE_API Bitmap final : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Bitmap> {
 public:
     using Ptr = Vexo::Ptr<Bitmap>;
 
+    /** All numbers but the largest of 32 bits. */
     static constexpr U32 noLimit_ = 0xffffffffU;
 
     /** Indexes run from 0 to `limit` - 1. */
     explicit Bitmap(U32 limit = noLimit_) noexcept : limit_(limit) {}
+    /** A new, empty bitmap with notification on. */
     static Ptr BitmapIs(U32 limit = noLimit_);
 
     Vexo::FwkType const* fwkType() const override;
 
+    /** The first index that cannot be set. */
     U32 limit() const noexcept { return limit_; }
     /** Marks `index` as taken. RangeException when it is not below the limit; std::bad_alloc. */
     void setBit(U32 index);
     /** Marks `index` as free. An index that was never set is free already, beyond the limit too. */
     void clearBit(U32 index) noexcept;
+    /** Whether `index` is taken; false beyond the limit. */
     bool isSet(U32 index) const noexcept;
     /** Number of bits set. */
     U32 count() const noexcept;
@@ -57,6 +62,7 @@ private:
     mutable std::mutex mutex_;
 };
 
-LPMTRIE_API extern Vexo::FwkModule const torvelModule;
+LPMTRIE_API /** The module of this folder's types. */
+    extern Vexo::FwkModule const torvelModule;
 
 }  // namespace Torvel

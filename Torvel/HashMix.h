@@ -15,10 +15,13 @@ using Vexo::U64;
  */
 class LPMTRIE_API HashMix {
 public:
+    /** Different starts give unrelated hashes. */
     explicit HashMix(U32 start) noexcept : state_(start) {}
 
+    /** Takes `count` bytes in. */
     void mix(void const* bytes, std::size_t count) noexcept;
 
+    /** The hash of all that was taken in; more may follow. */
     explicit operator U32() const noexcept;
 
 private:

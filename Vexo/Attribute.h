@@ -270,6 +270,7 @@ AttributeStatus serveCollection(AttributeRequest& request) {
     }
 }
 
+/** The row of such a collection. */
 template <class C>
 constexpr Attribute collectionAttribute(char const* name) {
     Attribute row;

@@ -16,12 +16,16 @@ class FwkType;
  */
 class LPMTRIE_API CharRange {
 public:
+    /** All of `text`, of which nothing is read yet. */
     explicit CharRange(std::string_view text) noexcept : text_(text) {}
 
+    /** Whether all has been read. */
     bool empty() const noexcept { return offset_ == text_.size(); }
     /** The next byte; a NUL when the range is empty. */
     char front() const noexcept { return empty() ? '\0' : text_[offset_]; }
+    /** What has not been read yet. */
     std::string_view rest() const noexcept { return text_.substr(offset_); }
+    /** The whole text. */
     std::string_view text() const noexcept { return text_; }
     /** Bytes read so far. */
     std::size_t offset() const noexcept { return offset_; }
@@ -45,7 +49,8 @@ private:
     std::size_t offset_ = 0;
 };
 
-/** `text` in single quotes, with bytes that do not print as \xNN; a long text is cut with "...". */
+/** `text` in single quotes, with bytes that do not print in hexadecimal; a long text is cut with
+ * "...". */
 LPMTRIE_API String quotedForMessage(std::string_view text);
 
 }  // namespace Vexo

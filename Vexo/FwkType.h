@@ -14,11 +14,13 @@ struct ValueOps;
  */
 class FwkModule {
 public:
+    /** Keeps both texts, which must live as long: literals. */
     constexpr FwkModule(char const* name, char const* source) noexcept
         : name_(name), source_(source) {}
     FwkModule(FwkModule const&) = delete;
     FwkModule& operator=(FwkModule const&) = delete;
 
+    /** As the registry lists it. */
     char const* name() const noexcept { return name_; }
     /** What the module's sources are called in traces and assertions, whatever file a line is in.
      */
@@ -39,6 +41,7 @@ LPMTRIE_API extern TypeDescription const emptyDescription;
  */
 class LPMTRIE_API FwkType {
 public:
+    /** Keeps all but the number by reference: constants. `number` is from 1 on. */
     constexpr FwkType(char const* name, FwkModule const& module, U32 number,
                       TypeDescription const& description = emptyDescription) noexcept
         : name_(name), module_(&module), number_(number), description_(&description) {}
@@ -47,9 +50,11 @@ public:
 
     /** Qualified, as in source text: "LpmTrie::Trie". */
     char const* name() const noexcept { return name_; }
+    /** @{ As at construction. */
     FwkModule const& module() const noexcept { return *module_; }
     U32 number() const noexcept { return number_; }
     TypeDescription const& description() const noexcept { return *description_; }
+    /** @} */
 
     /** Itself or one that it is derived from. */
     bool isA(FwkType const& other) const noexcept;
@@ -64,10 +69,12 @@ private:
 /** The framework's own module. */
 LPMTRIE_API extern FwkModule const vexoModule;
 
-/** Numbers, flags and texts as the framework hands them about. Wider numbers than U32 are U64. */
+/** @{ Numbers, flags and texts as the framework hands them about. Wider numbers than U32 are U64.
+ */
 LPMTRIE_API extern FwkType const boolType;
 LPMTRIE_API extern FwkType const u32Type;
 LPMTRIE_API extern FwkType const u64Type;
 LPMTRIE_API extern FwkType const stringType;
+/** @} */
 
 }  // namespace Vexo

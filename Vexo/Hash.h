@@ -6,10 +6,15 @@
 
 namespace Vexo {
 
-/** 32-bit hash of a run of bytes. The same on every machine for the same bytes; not for secrets. */
+/**
+ * 32-bit hash of a run of bytes, one step a byte. The same on every machine for the same bytes; not
+ * for secrets. A plain value.
+ */
 class LPMTRIE_API Hash {
 public:
+    /** Takes `count` bytes in. */
     void hashMix(void const* bytes, std::size_t count) noexcept;
+    /** The hash of all bytes so far; more may follow. */
     U32 result() const noexcept;
 
 private:

@@ -21,28 +21,37 @@ namespace Vexo {
  * iterators and references to entries.
  *
  * Growth: the table doubles when more than three quarters of its cells would be in use, so an
- * insertion costs a constant on average. It shrinks only by `clear`. Strong guarantee: an insertion
- * that throws changes nothing; after `reserve(n)` the next n insertions do not allocate.
+ * insertion costs a constant on average, as looking up and erasing do. It shrinks only by `clear`.
+ * Strong guarantee: an insertion that throws changes nothing; after `reserve(n)` the next n
+ * insertions do not allocate. What the policy throws, an operation throws. Not locked.
  */
 template <class Entry, class Policy>
 class HashMap {
 public:
+    /** @{ Types as of the standard containers. */
     using Key = typename Policy::Key;
     using iterator = typename std::vector<Entry>::iterator;
     using const_iterator = typename std::vector<Entry>::const_iterator;
+    /** @} */
 
+    /** @{ How many entries there are. */
     std::size_t size() const noexcept { return entries_.size(); }
     bool empty() const noexcept { return entries_.empty(); }
+    /** @} */
     /** Entries that fit before the table grows. */
     std::size_t capacity() const noexcept { return cells_.size() / 4 * 3; }
+    /** @{ All entries. */
     const_iterator begin() const noexcept { return entries_.begin(); }
     const_iterator end() const noexcept { return entries_.end(); }
+    /** @} */
 
+    /** @{ The entry of that key, or null. Its key must stay what it is. */
     Entry const* find(Key const& key) const {
         std::size_t const cell = findCell(key, Policy::hash(key));
         return cell == none ? nullptr : &entries_[cells_[cell].entry];
     }
     Entry* find(Key const& key) { return const_cast<Entry*>(std::as_const(*this).find(key)); }
+    /** @} */
 
     /** Adds an entry; the caller has made sure that `find` of its key gives null. */
     Entry& insert(Key const& key, Entry entry) {
@@ -70,6 +79,7 @@ public:
         return true;
     }
 
+    /** Takes all entries out and gives the memory back. */
     void clear() noexcept {
         std::vector<Entry>().swap(entries_);
         std::vector<Cell>().swap(cells_);

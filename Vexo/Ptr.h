@@ -12,15 +12,17 @@ namespace Vexo {
 
 /**
  * Counted reference to a `PtrInterface` object, or null. Size of one pointer. Comparison is
- * identity of the objects, never their value. Not to be shared between threads itself; the object
- * may be, in thread-safe-pointer mode.
+ * identity of the objects, never their value, also as a key of `std::unordered_map`. Not to be
+ * shared between threads itself; the object may be, in thread-safe-pointer mode.
  */
 template <class T>
 class Ptr {
 public:
+    /** What it refers to. */
     using Element = T;
 
     constexpr Ptr() noexcept = default;
+    /** @{ Takes a reference of its own; moving takes over the other's, and leaves null there. */
     constexpr Ptr(std::nullptr_t) noexcept {}
     Ptr(T* object) noexcept : object_(object) { take(); }
     Ptr(Ptr const& other) noexcept : object_(other.object_) { take(); }
@@ -41,12 +43,18 @@ public:
         Ptr(std::move(other)).swap(*this);
         return *this;
     }
+    /** @} */
 
+    /** Exchanges the references. */
     void swap(Ptr& other) noexcept { std::swap(object_, other.object_); }
 
+    /** @{ The object, which lives as long as a reference to it; not to be asked of null but `get`.
+     */
     T* get() const noexcept { return object_; }
     T& operator*() const noexcept { return *object_; }
     T* operator->() const noexcept { return object_; }
+    /** @} */
+    /** Whether it is not null. */
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
     /** Takes over a reference that the caller owns. */
@@ -73,6 +81,7 @@ private:
     T* object_ = nullptr;
 };
 
+/** @{ The same object, or both null. */
 template <class T, class U>
 bool operator==(Ptr<T> const& a, Ptr<U> const& b) noexcept {
     return a.get() == b.get();
@@ -85,6 +94,7 @@ template <class T>
 bool operator==(Ptr<T> const& a, std::nullptr_t) noexcept {
     return a.get() == nullptr;
 }
+/** @} */
 
 /** The same object as a `Ptr<T>`, or null when it is not a T. */
 template <class T, class U>
@@ -94,9 +104,11 @@ Ptr<T> dynamicPtrCast(Ptr<U> const& other) noexcept {
 
 }  // namespace Vexo
 
+/** @cond Doxygen does not find the scope of a specialisation. */
 template <class T>
 struct std::hash<Vexo::Ptr<T>> {
     std::size_t operator()(Vexo::Ptr<T> const& ptr) const noexcept {
         return std::hash<T*>()(ptr.get());
     }
 };
+/** @endcond */

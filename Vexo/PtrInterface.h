@@ -13,9 +13,9 @@ LPMTRIE_API extern std::atomic<bool> threadSafePtrMode;
 }
 
 /**
- * The thread-safe-pointer mode, one switch for the process. On: reference counts change by atomic
- * read-modify-write, so that threads may share counted objects. Off (the start value): by plain
- * loads and stores. Switch while no second thread touches counted objects.
+ * @{ The thread-safe-pointer mode, one switch for the process. On: reference counts change by
+ * atomic read-modify-write, so that threads may share counted objects. Off (the start value): by
+ * plain loads and stores. Switch while no second thread touches counted objects.
  */
 inline bool threadSafePtr() noexcept {
     return Detail::threadSafePtrMode.load(std::memory_order_relaxed);
@@ -23,6 +23,7 @@ inline bool threadSafePtr() noexcept {
 inline void threadSafePtrIs(bool on) noexcept {
     Detail::threadSafePtrMode.store(on, std::memory_order_relaxed);
 }
+/** @} */
 
 class PtrInterface;
 
@@ -44,8 +45,11 @@ protected:
  */
 class LPMTRIE_API NotifieeList {
 public:
+    /** Enters one at the end, unless it is in the list. Throws std::bad_alloc. */
     void notifieeIs(Notifiee* notifiee);
+    /** Takes one out that may not be in the list. */
     void notifieeDel(Notifiee* notifiee) noexcept;
+    /** Tells them all. */
     void zeroReferences(PtrInterface& notifier) noexcept;
 
 private:
@@ -64,6 +68,7 @@ private:
  */
 class LPMTRIE_API PtrInterface {
 public:
+    /** The bits of the reference word that count: at most 536,870,911 references. */
     static constexpr U32 referenceMask_ = 0x1fffffffU;
 
     PtrInterface(PtrInterface const&) = delete;
@@ -75,16 +80,20 @@ public:
     virtual void hasNotificationActiveIs(bool active);
     /** The last reference has gone: tells the notifiees, if notification is on, and destroys. */
     virtual void zeroReferencesIs();
+    /** The object's own type, not that of the reference. */
     virtual FwkType const* fwkType() const;
     virtual ~PtrInterface();
 
+    /** Whether anybody is told of the object's end. */
     bool hasNotificationActive() const noexcept {
         return (word_.load(std::memory_order_relaxed) & notificationActive_) != 0;
     }
+    /** How many references there are now. */
     U32 references() const noexcept {
         return word_.load(std::memory_order_relaxed) & referenceMask_;
     }
 
+    /** Takes a reference. `Ptr` does it; who calls it owes a `referencesDec`. */
     void referencesInc() const noexcept {
         U32 before = 0;
         if (threadSafePtr()) {
@@ -98,6 +107,7 @@ public:
         }
     }
 
+    /** Gives a reference back; with the last one the object goes. */
     void referencesDec() const noexcept {
         U32 before = 0;
         if (threadSafePtr()) {

@@ -27,19 +27,22 @@ namespace Vexo {
 /** What a field offers by name: nothing, reading, reading and writing. */
 enum class Served : U8 { no, readOnly, readWrite };
 
+/** A field of a record class: one element of its `fields()`. */
 template <class R, class M>
 struct Field {
-    using Member = M;
-    char const* name;
-    M R::*member;
-    Served served;
+    using Member = M;  // the field's type
+    char const* name;  // in text forms and requests
+    M R::*member;      // where it is
+    Served served;     // what it offers by name
 };
 
+/** Makes an element of `fields()`. */
 template <class R, class M>
 constexpr Field<R, M> field(char const* name, M R::*member, Served served) noexcept {
     return {name, member, served};
 }
 
+/** A class that lists its fields. */
 template <class R>
 concept Record = requires {
     R::fields();
@@ -88,6 +91,7 @@ void readField(CharRange& range, bool framed, bool first, R& record, F const& fi
 
 }  // namespace Detail
 
+/** The text form, as the head of this file tells. */
 template <Record R>
 String recordToStrep(R const& record) {
     constexpr bool framed = Detail::printedFields<R> != 1;
@@ -119,6 +123,7 @@ void readRecord(CharRange& range, R& record) {
     }
 }
 
+/** Field by field. */
 template <Record R>
 bool recordsEqual(R const& a, R const& b) noexcept {
     return std::apply(
@@ -126,6 +131,7 @@ bool recordsEqual(R const& a, R const& b) noexcept {
         R::fields());
 }
 
+/** Whether any field is not null, false or 0. */
 template <Record R>
 bool recordIsSet(R const& record) noexcept {
     return std::apply(

@@ -9,10 +9,12 @@ namespace Vexo {
 
 /**
  * Enters a module, its types and its free functions into the process's registry for as long as it
- * lives: a static object of the module's library. A type becomes known by its qualified name.
+ * lives: a static object of the module's library. A type becomes known by its qualified name. The
+ * registry locks, so that libraries may come while others are asked.
  */
 class LPMTRIE_API ModuleRegistration {
 public:
+    /** Keeps types and functions by reference: constants of the library. */
     ModuleRegistration(FwkModule const& module, std::vector<FwkType const*> types,
                        std::span<Attribute const> functions = {});
     ModuleRegistration(ModuleRegistration const&) = delete;
@@ -29,9 +31,10 @@ LPMTRIE_API std::vector<FwkModule const*> registeredModules();
 LPMTRIE_API std::vector<FwkType const*> registeredTypes(FwkModule const& module);
 /** The functions of a module that belong to no type. */
 LPMTRIE_API std::span<Attribute const> registeredFunctions(FwkModule const& module);
-/** Null when there is none of that name. */
+/** @{ Null when there is none of that name. */
 LPMTRIE_API FwkModule const* findModule(String const& name);
 LPMTRIE_API FwkType const* findType(String const& qualifiedName);
+/** @} */
 
 /** Calls a module's function. */
 LPMTRIE_API AttributeStatus callFunction(FwkModule const& module, String const& function,

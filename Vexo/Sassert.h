@@ -17,9 +17,11 @@ namespace Vexo {
  */
 class LPMTRIE_API SassertHelper {
 public:
+    /** Writes the condition. All four texts are literals; VEXO_SASSERT passes them. */
     [[gnu::cold, gnu::noinline]] SassertHelper(char const* condition, char const* source,
                                                unsigned line, char const* signature) noexcept;
 
+    /** Writes the pieces and ends the process. */
     template <class... Pieces>
     [[noreturn, gnu::cold, gnu::noinline]] void fail(Pieces const&... pieces) noexcept {
         (add(pieces), ...);

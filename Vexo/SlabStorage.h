@@ -30,6 +30,7 @@ namespace Vexo {
  */
 class LPMTRIE_API SlabStorage {
 public:
+    /** In bytes. */
 #ifdef VEXO_NO_SLABS
     static constexpr std::size_t largest = 0;
 #else
@@ -38,6 +39,7 @@ public:
 
     /** Is called before each allocation, if set; what it throws is what the allocation throws. */
     using Watcher = void (*)();
+    /** Sets it, for all threads; null for none. */
     static void watcherIs(Watcher watcher) noexcept {
         watcher_.store(watcher, std::memory_order_relaxed);
     }

@@ -24,10 +24,13 @@
 
 namespace Vexo {
 
+/** What is written in decimal digits. */
 template <class T>
 concept UnsignedNumber = std::unsigned_integral<T> && !std::same_as<T, bool>;
 
-LPMTRIE_API String valueToStrep(unsigned long long value);
+LPMTRIE_API /** @{ The text form, as the head of this file lists it. Throws std::bad_alloc. */
+    String
+    valueToStrep(unsigned long long value);
 String valueToStrep(std::same_as<bool> auto value) {
     return value ? "True" : "False";
 }
@@ -37,19 +40,24 @@ requires(!std::same_as<T, unsigned long long>) String valueToStrep(T value) {
 }
 LPMTRIE_API String valueToStrep(String const& value);
 LPMTRIE_API String valueToStrep(void const* pointer);
+/** @} */
 /** Names a counted object. The name can be read back as long as the object lives. */
 LPMTRIE_API String objectToStrep(PtrInterface const* object);
+/** The object's name, or "None". */
 template <class T>
 String valueToStrep(Ptr<T> const& object) {
     return objectToStrep(object.get());
 }
 
+/** @{ Reads one value and leaves what follows. Throws RangeException. */
 LPMTRIE_API void sequenceToValue(CharRange& range, bool* value);
 LPMTRIE_API void sequenceToValue(CharRange& range, String* value);
+/** @} */
 /** Reads one pointer as a number: "None" or "0x" and up to as many hexadecimal digits as it has. */
 LPMTRIE_API void sequenceToValue(CharRange& range, void** value);
 /** Decimal digits, without leading zeros, that make a number of at most `largest`. */
 LPMTRIE_API U64 sequenceToNumber(CharRange& range, U64 largest);
+/** Digits as of `sequenceToNumber`, that make a number of the type. */
 template <UnsignedNumber T>
 void sequenceToValue(CharRange& range, T* value) {
     *value = static_cast<T>(sequenceToNumber(range, static_cast<T>(~T{0})));

@@ -11,11 +11,11 @@ namespace Vexo {
 
 /** A finished trace line. The views are valid during the call that hands it over. */
 struct TraceLine {
-    std::string_view handle;
-    U32 level;
+    std::string_view handle;  // whose line it is
+    U32 level;                // 0 to 9
     /** The module's source name, the same for every file of the module. */
     std::string_view source;
-    std::string_view text;
+    std::string_view text;  // without a line feed
 };
 
 /**
@@ -31,14 +31,18 @@ using TraceSink = std::function<void(TraceLine const&)>;
  */
 class LPMTRIE_API TraceHandle {
 public:
+    /** The most detailed level. */
     static constexpr U32 highestLevel_ = 9;
 
+    /** Keeps the name, which must live as long: a literal. */
     explicit constexpr TraceHandle(char const* name) noexcept : name_(name) {}
     TraceHandle(TraceHandle const&) = delete;
     TraceHandle& operator=(TraceHandle const&) = delete;
 
+    /** By which levels are switched. */
     char const* name() const noexcept { return name_; }
 
+    /** Whether lines of that level, 0 to 9, are wanted. */
     bool levelOn(U32 level) noexcept {
         U32 const levels = levels_.load(std::memory_order_relaxed);
         if ((levels & (unlisted_ | (1U << level))) == 0) [[likely]] {

@@ -13,13 +13,14 @@ namespace Vexo {
 
 /** What one type has allocated and released since the process began. Bytes as requested. */
 struct AllocationCounts {
-    U64 allocations = 0;
-    U64 releases = 0;
-    U64 bytesAllocated = 0;
-    U64 bytesReleased = 0;
+    U64 allocations = 0;     // objects
+    U64 releases = 0;        // objects
+    U64 bytesAllocated = 0;  // of all allocations
+    U64 bytesReleased = 0;   // of all releases
 
     /** Objects alive now. Exact when no other thread allocates meanwhile. */
     U64 live() const noexcept { return allocations - releases; }
+    /** Bytes of those. */
     U64 liveBytes() const noexcept { return bytesAllocated - bytesReleased; }
     bool operator==(AllocationCounts const&) const = default;
 };
@@ -29,14 +30,19 @@ struct AllocationCounts {
  */
 class LPMTRIE_API AllocationRecord {
 public:
+    /** All zero. */
     explicit constexpr AllocationRecord(FwkType const& type) noexcept : type_(&type) {}
     AllocationRecord(AllocationRecord const&) = delete;
     AllocationRecord& operator=(AllocationRecord const&) = delete;
 
+    /** Whose counts they are. */
     FwkType const& type() const noexcept { return *type_; }
+    /** The record that was listed before this one, or null. */
     AllocationRecord const* next() const noexcept { return next_; }
+    /** The counts now. */
     AllocationCounts counts() const noexcept;
 
+    /** @{ Counts one object of so many bytes. */
     void allocated(std::size_t bytes) noexcept {
         if (!listed_.load(std::memory_order_acquire)) [[unlikely]] {
             list();
@@ -48,6 +54,7 @@ public:
         add(releases_, 1, std::memory_order_release);
         add(bytesReleased_, bytes, std::memory_order_release);
     }
+    /** @} */
 
 private:
     static void add(std::atomic<U64>& count, U64 value, std::memory_order order) noexcept {
@@ -71,9 +78,10 @@ private:
 /** Counts of one type by its qualified name; all zero for a name that has allocated nothing. */
 LPMTRIE_API AllocationCounts allocationCounts(String const& typeName);
 
+/** What one type has allocated. */
 struct TypeAllocationCounts {
-    String typeName;
-    AllocationCounts counts;
+    String typeName;          // qualified
+    AllocationCounts counts;  // at the time of the question
 };
 /** One entry for each type that has ever allocated. */
 LPMTRIE_API std::vector<TypeAllocationCounts> allocationCounts();
@@ -92,10 +100,12 @@ LPMTRIE_API void releaseAlignedStorage(void* storage, std::align_val_t alignment
 /** Storage from the global operators. */
 class LPMTRIE_API HeapStorage {
 public:
+    /** @{ As `operator new` and `delete` do: throws std::bad_alloc. */
     static void* allocate(std::size_t bytes) { return ::operator new(bytes); }
     static void release(void* storage, std::size_t /*bytes*/) noexcept {
         ::operator delete(storage);
     }
+    /** @} */
 };
 
 /**
@@ -107,6 +117,8 @@ public:
 template <class T, class Storage = HeapStorage>
 class LPMTRIE_API TrackedAllocation {
 public:
+    /** @cond For the language to call. They throw what `Storage` throws, and have counted nothing.
+     */
     static void* operator new(std::size_t bytes) {
         void* const storage = Storage::allocate(bytes);
         record_.allocated(bytes);
@@ -127,6 +139,7 @@ public:
         record_.released(Detail::alignedStorageSize(storage));
         Detail::releaseAlignedStorage(storage, alignment);
     }
+    /** @endcond */
 
 private:
     static inline constinit AllocationRecord record_{T::fwkType_};

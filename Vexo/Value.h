@@ -14,7 +14,8 @@ namespace Vexo {
 
 /**
  * The framework's untyped slot: nothing, a value of any described value type, or a counted
- * reference to an object (perhaps null). Copying copies the value or takes a reference.
+ * reference to an object (perhaps null). Copying copies the value or takes a reference; moving
+ * leaves nothing behind. Owns what it holds. Not locked.
  */
 class LPMTRIE_API Value {
 public:
@@ -24,6 +25,7 @@ public:
     /** `type` is the static type of the reference; the object may be of a derived one. */
     static Value reference(FwkType const& type, Ptr<PtrInterface> object) noexcept;
 
+    /** @{ A copy may throw what copying the value throws. */
     Value(Value const& other);
     Value(Value&& other) noexcept { swap(other); }
     Value& operator=(Value other) noexcept {
@@ -36,9 +38,12 @@ public:
         std::swap(data_, other.data_);
         object_.swap(other.object_);
     }
+    /** @} */
 
+    /** @{ Whether it holds nothing, or a reference, null included. */
     bool isNone() const noexcept { return type_ == nullptr; }
     bool isReference() const noexcept { return type_ != nullptr && data_ == nullptr; }
+    /** @} */
     /** Of the value, or of the object that is referred to; of the reference when that is null. */
     FwkType const* type() const noexcept;
     /** "nothing", a value's type, or "reference to" an object's: for messages. */
@@ -46,6 +51,7 @@ public:
 
     /** The value's storage; null for nothing and for references. */
     void* data() const noexcept { return data_; }
+    /** The object referred to; null for all else. */
     Ptr<PtrInterface> const& object() const noexcept { return object_; }
 
 private:
@@ -60,7 +66,9 @@ public:
     /** `place` names the attribute, and its parameter where there is one. */
     ConversionException(String const& place, String const& wanted, String const& given)
         : message_(place + ": wants " + wanted + ", given " + given) {}
+    /** A message as it is. */
     explicit ConversionException(String message) noexcept : message_(std::move(message)) {}
+    /** The message. */
     char const* what() const noexcept override { return message_.c_str(); }
 
 private:
@@ -73,6 +81,7 @@ private:
  */
 template <class T>
 struct Boxing {
+    /** @{ The type in the slot; into a slot; out of one, or ConversionException naming `place`. */
     static constexpr TypeRef type_{&T::fwkType_, false};
 
     static Value box(T const& value) { return Value::adopt(T::fwkType_, new T(value)); }
@@ -82,8 +91,10 @@ struct Boxing {
         }
         return *static_cast<T const*>(slot.data());
     }
+    /** @} */
 };
 
+/** @cond Specialisations mean the same as the template. */
 template <class T>
 struct Boxing<Ptr<T>> {
     using Object = std::remove_const_t<T>;
@@ -147,7 +158,9 @@ struct Boxing<T> {
         return static_cast<T>(Boxing<Number>::unbox(slot, place));
     }
 };
+/** @endcond */
 
+/** A value in a slot. Throws std::bad_alloc. */
 template <class T>
 Value box(T const& value) {
     return Boxing<T>::box(value);
