@@ -33,28 +33,25 @@ function(lpmtrie_library name)
     target_link_libraries(${name} ${scope} ${arg_DEPENDS})
 endfunction()
 
-# lpmtrie_test(<name> [SHARDS <count>] DEPENDS <target>...)
+# lpmtrie_test(<name> [SHARDS <count>] [THREADS_USE <file>...] DEPENDS <target>...)
 #
 # A GoogleTest program of all the sources of the current folder, entered with CTest as <count>
 # shards that can run side by side: thousands of cases would be slow as a process each.
 #
 # Where the folder has sources named *Threads*.cpp, the cases with "Threads" in their names run in
-# one entry of their own with the label "threads", which is what a thread sanitizer build runs. An
-# entry that finds no case to run fails.
+# one entry of their own with the label "threads", which is what a thread sanitizer build runs; it
+# compiles these sources alone, and those that they use. An entry that finds no case to run fails.
 function(lpmtrie_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "SHARDS" "DEPENDS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "SHARDS" "DEPENDS;THREADS_USE")
     if(NOT arg_SHARDS)
         set(arg_SHARDS 1)
     endif()
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
     file(GLOB threadSources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*Threads*.cpp")
     if(LPMTRIE_SANITIZE STREQUAL "thread")
-        # Only the cases with threads are run there: the sources of the others need not be compiled.
-        list(FILTER sources EXCLUDE REGEX "Test\\.cpp$")
+        set(sources ${threadSources})
         if(threadSources)
-            list(APPEND sources ${threadSources})
-        else()
-            set(sources)
+            list(APPEND sources ${arg_THREADS_USE})
         endif()
     endif()
     if(NOT sources)
@@ -73,6 +70,9 @@ function(lpmtrie_test name)
         set_tests_properties(${name}.Threads PROPERTIES
             LABELS threads
             FAIL_REGULAR_EXPRESSION "\\] 0 tests from")
+        if(TARGET thread_tests)
+            add_dependencies(thread_tests ${name})
+        endif()
     endif()
     foreach(number RANGE 1 ${arg_SHARDS})
         math(EXPR index "${number} - 1")
