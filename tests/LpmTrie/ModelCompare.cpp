@@ -1,6 +1,7 @@
 #include <tests/LpmTrie/ModelWorld.h>
 
 #include <algorithm>
+#include <iterator>
 
 /*
  * The comparison after each step. The trie's nodes are collected by their links alone; where the
@@ -79,10 +80,14 @@ void World::compareWithLabels(Reports told, MaybePrefix const& inserted) {
     std::erase_if(told, [](Report const& report) { return report.oldLabel == report.newLabel; });
     std::ranges::sort(told);
     Reports changed;
+    auto after = model_.nodes().begin();
     for (Node const& before : before_) {
-        Node const* const after = before.route ? model_.find(before.prefix) : nullptr;
-        if (after != nullptr && after->route && after->label != before.label &&
-            before.prefix != inserted) {
+        while (after != model_.nodes().end() && after->prefix < before.prefix) {
+            ++after;
+        }
+        bool const stayed = after != model_.nodes().end() && after->prefix == before.prefix &&
+                            before.route && after->route;
+        if (stayed && after->label != before.label && before.prefix != inserted) {
             changed.push_back({before.prefix, before.label, after->label, after->table});
         }
     }
@@ -122,15 +127,14 @@ Reports World::collectedReports(TrieNodesInfo const& moved) {
 void World::compareState() {
     std::vector<Node> const& expected = model_.nodes();
     std::vector<TrieNode*> const nodes = nodesOf(trie_->root(), expected.size());
-    std::vector<Prefix> prefixes;
-    std::vector<Prefix> expectedPrefixes;
-    for (TrieNode const* node : nodes) {
-        prefixes.push_back(modelPrefix(*node));
+    auto const prefixOf = [](TrieNode const* node) { return modelPrefix(*node); };
+    if (!std::ranges::equal(nodes, expected, {}, prefixOf, &Node::prefix)) {
+        std::vector<Prefix> prefixes;
+        std::vector<Prefix> expectedPrefixes;
+        std::ranges::transform(nodes, std::back_inserter(prefixes), prefixOf);
+        std::ranges::transform(expected, std::back_inserter(expectedPrefixes), &Node::prefix);
+        agree("nodes", prefixes, expectedPrefixes);
     }
-    for (Node const& node : expected) {
-        expectedPrefixes.push_back(node.prefix);
-    }
-    agree("nodes", prefixes, expectedPrefixes);
     for (std::size_t i = 0; i < nodes.size() && disagreement_.empty(); ++i) {
         compareNode(*nodes[i], expected[i]);
     }

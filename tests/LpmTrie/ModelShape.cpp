@@ -17,40 +17,43 @@ std::vector<Prefix> Model::neededPrefixes() const {
     for (Node const& node : nodes_) {
         if (node.stands()) {
             if (before) {
-                needed.push_back(common(*before, node.prefix));
+                Prefix const parting = common(*before, node.prefix);
+                auto const place = std::ranges::lower_bound(needed, parting);
+                if (place == needed.end() || *place != parting) {
+                    needed.insert(place, parting);
+                }
             }
             needed.push_back(node.prefix);
             before = node.prefix;
         }
     }
-    std::ranges::sort(needed);
-    needed.erase(std::unique(needed.begin(), needed.end()), needed.end());
     return needed;
 }
 
 /** Drops and adds branching points, and works out anew all that follows from the nodes. */
 void Model::settle() {
-    std::vector<Prefix> const needed = neededPrefixes();
-    freed_.clear();
-    for (Node const& node : nodes_) {
-        if (!std::ranges::binary_search(needed, node.prefix)) {
-            freed_.push_back(node.prefix);
-        }
-    }
-    // Nodes are freed from the one that was removed upwards.
-    std::ranges::sort(freed_, std::ranges::greater(), &Prefix::len);
-
     std::vector<Node> nodes;
     MaybePrefix branch;
-    for (Prefix const& prefix : needed) {
+    freed_.clear();
+    auto known = nodes_.begin();
+    auto const freeUntil = [&](auto const& isReached) {
+        for (; known != nodes_.end() && !isReached(known->prefix); ++known) {
+            freed_.push_back(known->prefix);
+        }
+    };
+    for (Prefix const& prefix : neededPrefixes()) {
+        freeUntil([&](Prefix const& other) { return other >= prefix; });
         Node& node = nodes.emplace_back();
         node.prefix = prefix;
-        if (Node const* known = find(prefix)) {
-            static_cast<Record&>(node) = *known;
+        if (known != nodes_.end() && known->prefix == prefix) {
+            static_cast<Record&>(node) = *known++;
         } else {
             branch = prefix;
         }
     }
+    freeUntil([](Prefix const&) { return false; });
+    // Nodes are freed from the one that was removed upwards.
+    std::ranges::sort(freed_, std::ranges::greater(), &Prefix::len);
     nodes_ = std::move(nodes);
     deriveLinks();
     deriveCounts();
