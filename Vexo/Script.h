@@ -31,115 +31,123 @@
 extern "C" {
 #endif
 
+/** @{ A handle: see the head of this file. */
 typedef struct VexoModule VexoModule;
 typedef struct VexoType VexoType;
 typedef struct VexoAttribute VexoAttribute;
 typedef struct VexoValue VexoValue;
+/** @} */
 
+/** What became of a call. */
 typedef enum VexoStatus {
-    VEXO_DONE = 0,
-    VEXO_NOT_ALLOWED = 1,       /* the attribute or type does not offer this operation */
-    VEXO_NO_SUCH_ATTRIBUTE = 2, /* the type or module serves none of that name */
-    VEXO_WRONG_TYPE = 3,        /* an operand's type, or the number of operands */
-    VEXO_OUT_OF_RANGE = 4,      /* a text or number that is no value of the type */
-    VEXO_NOT_HASHABLE = 5,
-    VEXO_NO_MEMORY = 6,
-    VEXO_FAILED = 7 /* any other exception, of a client's hook for instance */
+    VEXO_DONE = 0,              /**< it was done */
+    VEXO_NOT_ALLOWED = 1,       /**< the attribute or type does not offer this operation */
+    VEXO_NO_SUCH_ATTRIBUTE = 2, /**< the type or module serves none of that name */
+    VEXO_WRONG_TYPE = 3,        /**< an operand's type, or the number of operands */
+    VEXO_OUT_OF_RANGE = 4,      /**< a text or number that is no value of the type */
+    VEXO_NOT_HASHABLE = 5,      /**< a hash was asked of a type that has none */
+    VEXO_NO_MEMORY = 6,         /**< memory ended */
+    VEXO_FAILED = 7             /**< any other exception, of a client's hook for instance */
 } VexoStatus;
 
+/** What an attribute is. */
 typedef enum VexoKind { VEXO_VALUE = 0, VEXO_FUNCTION = 1, VEXO_COLLECTION = 2 } VexoKind;
 
-/* What was wrong at this thread's last call that failed. Good until its next call that fails. */
+/** What was wrong at this thread's last call that failed. Good until its next call that fails. */
 LPMTRIE_API char const* vexoMessage(void);
 
-/* ---- What there is. An index past the end gives null; listings are in a fixed order. ---- */
+/** @{ What there is. An index past the end gives null; listings are in a fixed order. */
 
 LPMTRIE_API VexoModule const* vexoModule(size_t index);
 LPMTRIE_API char const* vexoModuleName(VexoModule const* module);
 LPMTRIE_API char const* vexoModuleSource(VexoModule const* module);
 LPMTRIE_API VexoType const* vexoModuleType(VexoModule const* module, size_t index);
-/* Functions of the module that belong to no type. */
+/** Functions of the module that belong to no type. */
 LPMTRIE_API VexoAttribute const* vexoModuleFunction(VexoModule const* module, size_t index);
 
-/* Null when no type of that qualified name is registered. */
+/** Null when no type of that qualified name is registered. */
 LPMTRIE_API VexoType const* vexoFindType(char const* name);
 LPMTRIE_API char const* vexoTypeName(VexoType const* type);
 LPMTRIE_API VexoModule const* vexoTypeModule(VexoType const* type);
 LPMTRIE_API uint32_t vexoTypeNumber(VexoType const* type);
-/* The type it is derived from, or null. */
+/** The type it is derived from, or null. */
 LPMTRIE_API VexoType const* vexoTypeBase(VexoType const* type);
-/* 1: a value type, copied about; 0: an object type, referred to. */
+/** 1: a value type, copied about; 0: an object type, referred to. */
 LPMTRIE_API int vexoTypeIsValue(VexoType const* type);
-/*
+/**
  * 1 when values of the type have a hash, or an order. Objects have a hash, by identity, and no
  * order.
  */
 LPMTRIE_API int vexoTypeHasHash(VexoType const* type);
 LPMTRIE_API int vexoTypeHasOrder(VexoType const* type);
-/* The served attributes, those of the base type first. */
+/** The served attributes, those of the base type first. */
 LPMTRIE_API VexoAttribute const* vexoTypeAttribute(VexoType const* type, size_t index);
-/* A function that makes one from operands; null when the type has none. */
+/** A function that makes one from operands; null when the type has none. */
 LPMTRIE_API VexoAttribute const* vexoTypeConstructor(VexoType const* type);
-/* The attribute's number within the type; 0 when the type declares none of that name. */
+/** The attribute's number within the type; 0 when the type declares none of that name. */
 LPMTRIE_API uint32_t vexoTypeAttributeNumber(VexoType const* type, char const* attribute);
 
 LPMTRIE_API char const* vexoAttributeName(VexoAttribute const* attribute);
 LPMTRIE_API VexoKind vexoAttributeKind(VexoAttribute const* attribute);
 LPMTRIE_API int vexoAttributeIsReadable(VexoAttribute const* attribute);
 LPMTRIE_API int vexoAttributeIsWritable(VexoAttribute const* attribute);
-/*
+/**
  * Of the value, of a function's result, of a collection's values; null: a function without result.
  */
 LPMTRIE_API VexoType const* vexoAttributeType(VexoAttribute const* attribute);
-/* 1 when that type is an object's, travelling as a reference. */
+/** 1 when that type is an object's, travelling as a reference. */
 LPMTRIE_API int vexoAttributeIsReference(VexoAttribute const* attribute);
-/* Of a collection's keys, else null. */
+/** Of a collection's keys, else null. */
 LPMTRIE_API VexoType const* vexoAttributeKeyType(VexoAttribute const* attribute);
 LPMTRIE_API size_t vexoParameterCount(VexoAttribute const* function);
 LPMTRIE_API char const* vexoParameterName(VexoAttribute const* function, size_t index);
 LPMTRIE_API VexoType const* vexoParameterType(VexoAttribute const* function, size_t index);
 LPMTRIE_API int vexoParameterIsReference(VexoAttribute const* function, size_t index);
+/** @} */
 
-/* ---- Making slots. ---- */
+/** @{ Making slots. */
 
 LPMTRIE_API VexoStatus vexoNone(VexoValue** out);
 LPMTRIE_API VexoStatus vexoFromBool(int value, VexoValue** out);
 LPMTRIE_API VexoStatus vexoFromNumber(uint64_t value, VexoValue** out);
 LPMTRIE_API VexoStatus vexoFromString(char const* bytes, size_t length, VexoValue** out);
-/* A value from its text form, or a reference from the name that `vexoText` gave a living object. */
+/** A value from its text form, or a reference from the name that `vexoText` gave a living object.
+ */
 LPMTRIE_API VexoStatus vexoFromText(VexoType const* type, char const* bytes, size_t length,
                                     VexoValue** out);
-/* By the type's constructor; without operands a value type's default. */
+/** By the type's constructor; without operands a value type's default. */
 LPMTRIE_API VexoStatus vexoMake(VexoType const* type, VexoValue const* const* operands,
                                 size_t count, VexoValue** out);
-/* A value is copied, an object gets one more reference. */
+/** A value is copied, an object gets one more reference. */
 LPMTRIE_API VexoStatus vexoCopy(VexoValue const* value, VexoValue** out);
-/* Ends a slot. Null is allowed and does nothing. */
+/** Ends a slot. Null is allowed and does nothing. */
 LPMTRIE_API void vexoRelease(VexoValue* value);
+/** @} */
 
-/* ---- Looking at slots. ---- */
+/** @{ Looking at slots. */
 
-/*
+/**
  * Of the value, or of the object itself, which may be derived from the declared type; null:
  * nothing.
  */
 LPMTRIE_API VexoType const* vexoValueType(VexoValue const* value);
-/* 1 for nothing and for a reference to no object. */
+/** 1 for nothing and for a reference to no object. */
 LPMTRIE_API int vexoIsNull(VexoValue const* value);
 LPMTRIE_API VexoStatus vexoToBool(VexoValue const* value, int* out);
 LPMTRIE_API VexoStatus vexoToNumber(VexoValue const* value, uint64_t* out);
-/* The bytes of a String, good until the slot is released. */
+/** The bytes of a String, good until the slot is released. */
 LPMTRIE_API VexoStatus vexoToString(VexoValue const* value, char const** bytes, size_t* length);
-/* The text form, as a slot that holds a String. */
+/** The text form, as a slot that holds a String. */
 LPMTRIE_API VexoStatus vexoText(VexoValue const* value, VexoValue** out);
 
-/* Results are 0 or 1. References: truth is being there, equality is being the same object. */
+/** Results are 0 or 1. References: truth is being there, equality is being the same object. */
 LPMTRIE_API VexoStatus vexoTruth(VexoValue const* value, int* out);
 LPMTRIE_API VexoStatus vexoEqual(VexoValue const* a, VexoValue const* b, int* out);
 LPMTRIE_API VexoStatus vexoLess(VexoValue const* a, VexoValue const* b, int* out);
 LPMTRIE_API VexoStatus vexoHash(VexoValue const* value, uint32_t* out);
+/** @} */
 
-/* ---- Attributes by name. `out` of a call may be null. ---- */
+/** @{ Attributes by name. `out` of a call may be null. */
 
 LPMTRIE_API VexoStatus vexoGet(VexoValue* self, char const* attribute, VexoValue** out);
 LPMTRIE_API VexoStatus vexoSet(VexoValue* self, char const* attribute, VexoValue const* operand);
@@ -149,32 +157,34 @@ LPMTRIE_API VexoStatus vexoCallFunction(VexoModule const* module, char const* fu
                                         VexoValue const* const* operands, size_t count,
                                         VexoValue** out);
 
-/* Of a collection. A look-up of what is not there gives the mapped type's zero. */
+/** Of a collection. A look-up of what is not there gives the mapped type's zero. */
 LPMTRIE_API VexoStatus vexoLookUp(VexoValue* self, char const* attribute, VexoValue const* key,
                                   VexoValue** out);
 LPMTRIE_API VexoStatus vexoPut(VexoValue* self, char const* attribute, VexoValue const* key,
                                VexoValue const* mapped);
-/* `out` tells whether there was such an entry. */
+/** `out` tells whether there was such an entry. */
 LPMTRIE_API VexoStatus vexoErase(VexoValue* self, char const* attribute, VexoValue const* key,
                                  int* out);
 LPMTRIE_API VexoStatus vexoContains(VexoValue* self, char const* attribute, VexoValue const* key,
                                     int* out);
 LPMTRIE_API VexoStatus vexoCount(VexoValue* self, char const* attribute, uint64_t* out);
 LPMTRIE_API VexoStatus vexoCapacity(VexoValue* self, char const* attribute, uint64_t* out);
-/* The key of entry number `index`, below the count; a change of the collection renumbers. */
+/** The key of entry number `index`, below the count; a change of the collection renumbers. */
 LPMTRIE_API VexoStatus vexoKeyAt(VexoValue* self, char const* attribute, uint64_t index,
                                  VexoValue** out);
+/** @} */
 
-/* ---- The process. ---- */
+/** @{ The process. */
 
-/* Tracked objects of all types that are alive. */
+/** Tracked objects of all types that are alive. */
 LPMTRIE_API uint64_t vexoLiveAllocations(void);
-/* The same of one type, by its qualified name. */
+/** The same of one type, by its qualified name. */
 LPMTRIE_API uint64_t vexoLiveAllocationsOf(char const* typeName);
-/* Atomic reference counts on (1) or off (0); to be set while one thread runs. */
+/** Atomic reference counts on (1) or off (0); to be set while one thread runs. */
 LPMTRIE_API void vexoThreadSafePtrIs(int on);
-/* "LpmTrie/7-9,LpmTrieTypes/9": trace levels on, "LpmTrie/off": off. */
+/** "LpmTrie/7-9,LpmTrieTypes/9": trace levels on, "LpmTrie/off": off. */
 LPMTRIE_API VexoStatus vexoTraceLevelsIs(char const* settings);
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -5,6 +5,7 @@
 
 namespace LpmClient {
 
+/** What can be wrong in a chip. */
 enum class DifferenceKind : U8 {
     bucketMissing,
     bucketStray,
@@ -16,6 +17,7 @@ enum class DifferenceKind : U8 {
     routeWrong,  // another next hop
     coverWrong   // missing, stray or another one
 };
+/** As many as there are. */
 constexpr std::size_t differenceKinds = 9;
 
 /** Something that the chip should hold and does not, or holds and should not. */
@@ -32,6 +34,7 @@ struct Difference {
 /** One line without a line feed: "bucket 7 lacks the route 10.0.0.0/8 to 3". */
 std::ostream& operator<<(std::ostream& out, Difference const& difference);
 
+/** Partitions' roots by their prefixes. */
 using Roots = std::map<Nimbal::IpGenPrefix, RouteNode*>;
 
 /** Compares what the chip holds for a table with its trie, partition by partition. Reads only. */

@@ -22,13 +22,14 @@ public:
     U32 mark = 0;
 };
 
-/** The client's nodes are all of one class, since they all come from `ClientTrie`. */
+/** @{ The client's nodes are all of one class, since they all come from `ClientTrie`. */
 inline RouteNode* routeNode(LpmTrie::Node* node) noexcept {
     return static_cast<RouteNode*>(node);
 }
 inline RouteNode const* routeNode(LpmTrie::Node const* node) noexcept {
     return static_cast<RouteNode const*>(node);
 }
+/** @} */
 
 /** The number of the partition that a route or a partition's root belongs to is its bucket's. */
 inline Bucket bucketOf(LpmTrie::Node const* node) noexcept {

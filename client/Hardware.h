@@ -27,6 +27,7 @@ using Vexo::U8;
 
 /** The number of a bucket; the client chooses it. */
 using Bucket = U32;
+/** No bucket's number. */
 constexpr Bucket noBucket = ~U32{0};
 
 /** What a packet that meets a route is to do. The number's meaning is the caller's. */
@@ -42,6 +43,7 @@ struct Route {
 
 std::ostream& operator<<(std::ostream& out, Route const& route);
 
+/** Kinds of writes, and the fields of `Write` that each takes. */
 enum class WriteKind : U8 {
     allocate,    // bucket, vrfId, and the family of route.prefix: whose bucket it is
     writeRoute,  // bucket, route: adds it, or replaces the next hop of that very prefix
@@ -51,6 +53,7 @@ enum class WriteKind : U8 {
     unbind,      // vrfId, route.prefix
     free         // bucket, with what it holds; it must not be bound
 };
+/** As many as there are. */
 constexpr std::size_t writeKinds = 7;
 
 /** "allocate", "write route" and so on. */

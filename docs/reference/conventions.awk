@@ -7,12 +7,18 @@ function explain(text) {
     }
 }
 
+# The essay at a file's head belongs to the file. Every file is one that is explained, so that what stands
+# outside of classes is looked at as well.
+/^#pragma once$/ { $0 = "/** @file */ " $0 }
+/^\/\*$/ && !headed { $0 = "/** @file"; headed = 1 }
+
 /[;,{}] +\/\/ / && !/^ *\/\// { sub(/\/\/ /, "///< ") }
 # The last enumerator has no comma.
 /^ +[A-Za-z]+ +\/\/ [^ ]/ { sub(/\/\/ /, "///< ") }
 
 /^    .*operator(==|<=>)\([^)]*\).*( = default;| \{)$/ { explain("Compares all members.") }
 /operator<<\(std::ostream& / && /;$/ { explain("Writes the text form. Throws what the stream throws.") }
+/^(LPMTRIE_API )?String valueToStrep\(/ { explain("The text form. Throws std::bad_alloc.") }
 /^ *using Ptr = Vexo::Ptr</ { explain("A counted reference.") }
 /^ *static (Vexo::)?FwkType const fwkType_;$/ { explain("The type as the registry knows it.") }
 /FwkType const\* fwkType\(\) const override;$/ { explain("The object's registered type.") }
