@@ -2,7 +2,7 @@
 
 #include <tools/GrowthPlan.h>
 #include <tools/TableShape.h>
-#include <tools/Xoshiro.h>
+#include <tools/Shuffle.h>
 
 #include <algorithm>
 #include <set>
@@ -148,13 +148,6 @@ private:
     std::vector<Outcome> outcomes_;
     std::vector<U64> keys_;
 };
-
-template <typename T>
-void shuffle(std::vector<T>& items, Xoshiro& random) {
-    for (std::size_t i = items.size(); i > 1; --i) {
-        std::swap(items[i - 1], items[random.below(i)]);
-    }
-}
 
 IpGenPrefix ip6Prefix(U64 upper, U64 lower, U32 len) {
     std::array<U8, 16> bytes{};

@@ -29,8 +29,9 @@ struct SvgLook {
 struct SvgAxis {
     std::string label = {};  // what it counts, and in which unit
     bool fromZero = true;
-    bool whole = false;     // ticks at whole numbers only
-    std::string unit = {};  // put behind each tick's number, as in "50 %"
+    bool whole = false;        // ticks at whole numbers only
+    std::string unit = {};     // put behind each tick's number, as in "50 %"
+    bool powersOfTen = false;  // values are logarithms to the base 10: 4 is told as 10,000
 };
 
 struct SvgPoint {

@@ -87,6 +87,16 @@ std::string styleClass(std::string_view kind, std::size_t style) {
     return std::string(kind) + std::to_string(style % svgStyles);
 }
 
+namespace {
+
+std::string labelOf(double tick, double step, SvgAxis const& axis) {
+    std::string const number =
+        axis.powersOfTen ? decimalNumber(std::pow(10, tick), 0) : tickText(tick, step);
+    return number + axis.unit;
+}
+
+}  // namespace
+
 SvgPlot::SvgPlot(SvgCanvas& canvas, SvgAxis const& xAxis, SvgAxis const& yAxis, SvgRange xValues,
                  SvgRange yValues, SvgLayout const& layout)
     : canvas_(canvas), xAxis_(xAxis), yAxis_(yAxis) {
@@ -105,7 +115,7 @@ SvgPlot::SvgPlot(SvgCanvas& canvas, SvgAxis const& xAxis, SvgAxis const& yAxis, 
 void SvgPlot::chooseX(SvgRange values, SvgLayout const& layout) {
     SvgRange const range = axisRange(values, xAxis_.fromZero);
     for (unsigned most = 10; most > 0; --most) {
-        xStep_ = stepOf(range, most, xAxis_.whole);
+        xStep_ = stepOf(range, most, xAxis_.whole || xAxis_.powersOfTen);
         xRange_ = layout.widenX ? widened(range, xStep_) : range;
         double const label = widestLabel(xRange_, xStep_, xAxis_);
         right_ = std::max(canvas_.width() - std::max(layout.right, label / 2 + 1), left_ + 1);
@@ -118,7 +128,7 @@ void SvgPlot::chooseX(SvgRange values, SvgLayout const& layout) {
 double SvgPlot::widestLabel(SvgRange range, double step, SvgAxis const& axis) const {
     double width = 0;
     for (double const tick : ticksOf(range, step)) {
-        width = std::max(width, widthOfText(tickText(tick, step) + axis.unit, svgFontSize));
+        width = std::max(width, widthOfText(labelOf(tick, step, axis), svgFontSize));
     }
     return width;
 }
@@ -138,12 +148,12 @@ void SvgPlot::drawAxes() const {
         if (tick > yRange_.from + yStep_ / 2) {
             canvas_.line({left_, y(tick)}, {right_, y(tick)}, "grid");
         }
-        canvas_.text({left_ - gap, y(tick) + 4}, tickText(tick, yStep_) + yAxis_.unit, "quiet end");
+        canvas_.text({left_ - gap, y(tick) + 4}, labelOf(tick, yStep_, yAxis_), "quiet end");
     }
     canvas_.line({left_, bottom_}, {right_, bottom_}, "axis");
     for (double const tick : ticksOf(xRange_, xStep_)) {
         canvas_.line({x(tick), bottom_}, {x(tick), bottom_ + 4}, "axis");
-        canvas_.text({x(tick), bottom_ + 17}, tickText(tick, xStep_) + xAxis_.unit, "quiet middle");
+        canvas_.text({x(tick), bottom_ + 17}, labelOf(tick, xStep_, xAxis_), "quiet middle");
     }
     canvas_.text({right_, bottom_ + 34}, xAxis_.label, "quiet end");
 }

@@ -1,4 +1,5 @@
 #include <tools/Svg.h>
+#include <tools/SvgText.h>
 
 #include <tests/tools/PageForm.h>
 
@@ -78,6 +79,17 @@ TEST(SvgTest, LinesAndTheirNamesAndAxesAreDrawn) {
                            HasSubstr(">updates</text>"), HasSubstr(">buckets</text>"),
                            HasSubstr("\"line line4\"")));
     EXPECT_EQ(occurrences(firstLine(svg), "L"), 2U);
+}
+
+TEST(SvgTest, AnAxisOfPowersOfTenTellsTheNumbersThemselves) {
+    SvgLineChart chart = lines({{4, 1}, {5, 3}, {7, 3}});
+    chart.x = {.label = "routes", .fromZero = false, .powersOfTen = true};
+    chart.lines.resize(1);
+    std::string const svg = svgLineChart(chart);
+    expectGoodForm("chart.svg", svg);
+    EXPECT_THAT(svg, AllOf(HasSubstr(">" + decimalNumber(10'000, 0) + "</text>"),
+                           HasSubstr(">" + decimalNumber(10'000'000, 0) + "</text>"),
+                           Not(HasSubstr(">7</text>"))));
 }
 
 TEST(SvgTest, ChartsWithoutNumbersSayThatThereIsNoData) {
