@@ -37,7 +37,7 @@ Node::~Node() {
     // may drop a plain store to a dying object or believe that its constructor's value still
     // stands.
     U32 volatile& eyeCatcher = eyeCatcher_;
-    if (eyeCatcher != TRIE_NODE_EYECATCHER) [[unlikely]] {
+    if (Vexo::guardsOn && eyeCatcher != TRIE_NODE_EYECATCHER) [[unlikely]] {
         Vexo::SassertHelper("eyeCatcher_ == TRIE_NODE_EYECATCHER", nodeSource, __LINE__,
                             "virtual LpmTrie::Node::~Node()")
             .fail("Freeing invalid node:", static_cast<void const*>(this));

@@ -3,6 +3,7 @@
 #include <LpmTrie/LpmTrieTypes.h>
 #include <LpmTrie/PrefixBits.h>
 #include <Nimbal/IpGenPrefixRef.h>
+#include <Vexo/Guards.h>
 #include <Vexo/SlabStorage.h>
 #include <Vexo/TrackedAllocation.h>
 
@@ -175,7 +176,7 @@ private:
     friend class TrieIndex;
 
     void checkEyeCatcher(char const* signature, unsigned line = __builtin_LINE()) const {
-        if (eyeCatcher_ != TRIE_NODE_EYECATCHER) [[unlikely]] {
+        if (!eyeCatcherIntact()) [[unlikely]] {
             failEyeCatcher(signature, line);
         }
     }
@@ -183,7 +184,9 @@ private:
     bool covers(Nimbal::IpGenPrefix const& prefix) const {
         return eyeCatcherIntact() && commonLen(prefix) == len();
     }
-    bool eyeCatcherIntact() const noexcept { return eyeCatcher_ == TRIE_NODE_EYECATCHER; }
+    bool eyeCatcherIntact() const noexcept {
+        return !Vexo::guardsOn || eyeCatcher_ == TRIE_NODE_EYECATCHER;
+    }
     /** May count as a partition node in a look-up. */
     bool partitionCandidate() const noexcept {
         return partitionNode_ || pendingState_.removePartition();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Vexo/Guards.h>
 #include <Vexo/Types.h>
 
 #include <atomic>
@@ -44,6 +45,9 @@ public:
 
     /** Whether lines of that level, 0 to 9, are wanted. */
     bool levelOn(U32 level) noexcept {
+        if constexpr (!guardsOn) {
+            return false;
+        }
         U32 const levels = levels_.load(std::memory_order_relaxed);
         if ((levels & (unlisted_ | (1U << level))) == 0) [[likely]] {
             return false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Vexo/FwkType.h>
+#include <Vexo/Guards.h>
 #include <Vexo/SingleThread.h>
 #include <Vexo/Types.h>
 
@@ -44,6 +45,9 @@ public:
 
     /** @{ Counts one object of so many bytes. */
     void allocated(std::size_t bytes) noexcept {
+        if constexpr (!guardsOn) {
+            return;
+        }
         if (!listed_.load(std::memory_order_acquire)) [[unlikely]] {
             list();
         }
@@ -51,6 +55,9 @@ public:
         add(bytesAllocated_, bytes, std::memory_order_relaxed);
     }
     void released(std::size_t bytes) noexcept {
+        if constexpr (!guardsOn) {
+            return;
+        }
         add(releases_, 1, std::memory_order_release);
         add(bytesReleased_, bytes, std::memory_order_release);
     }
