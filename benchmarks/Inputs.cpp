@@ -1,19 +1,15 @@
-#include <tools/Xoshiro.h>
+#include <tools/RouteUpdates.h>
+#include <tools/Shuffle.h>
 #include <benchmarks/Inputs.h>
 
 #include <algorithm>
+#include <map>
 
 namespace LpmBenchmarks {
 
 namespace {
 
 using LpmTools::Xoshiro;
-
-void shuffle(std::vector<IpGenPrefix>& prefixes, Xoshiro& random) {
-    for (std::size_t i = prefixes.size(); i > 1; --i) {
-        std::swap(prefixes[i - 1], prefixes[random.below(i)]);
-    }
-}
 
 /** An address inside `route`, as a prefix of full length. */
 IpGenPrefix addressInside(IpGenPrefix const& route, Xoshiro& random) {
@@ -60,7 +56,7 @@ Input inputOf(Nimbal::AddressFamily af, std::vector<IpGenPrefix> routes, U64 see
     Xoshiro random(seed);
     std::sort(routes.begin(), routes.end());
     routes.erase(std::unique(routes.begin(), routes.end()), routes.end());
-    Input input{af, routes, routes, {}, {}, {}};
+    Input input{af, routes, routes, {}, {}, {}, {}, 0};
     shuffle(input.routes, random);
     input.leaving = input.routes;
     shuffle(input.leaving, random);
@@ -69,6 +65,30 @@ Input inputOf(Nimbal::AddressFamily af, std::vector<IpGenPrefix> routes, U64 see
     }
     input.updates = updatesOf(routes, random);
     return input;
+}
+
+void addStream(Input& input, std::vector<std::string> const& paths) {
+    LpmTools::MrtPeers peers;
+    LpmTools::PathTable table(peers);
+    std::map<IpGenPrefix, bool> last;
+    for (std::string const& path : paths) {
+        LpmTools::RouteUpdates updates(path, {}, peers, table);
+        for (LpmTools::RouteUpdate update; updates.next(update);) {
+            bool const gone = update.change == LpmTools::RouteChange::removed;
+            // A withdrawal that leaves another path, or meets none, is no update of a route.
+            if (update.prefix.af() == input.af && (gone || !update.isWithdrawal)) {
+                input.stream.push_back({update.prefix, !gone});
+                last[update.prefix] = !gone;
+            }
+        }
+    }
+    for (auto const& [prefix, there] : last) {
+        bool const before = std::binary_search(input.ordered.begin(), input.ordered.end(), prefix);
+        input.newRoutes += before ? 0 : 1;
+        if (there != before) {
+            input.stream.push_back({prefix, before});
+        }
+    }
 }
 
 }  // namespace LpmBenchmarks

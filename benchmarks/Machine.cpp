@@ -1,12 +1,68 @@
-#include <tools/Xoshiro.h>
+#include <tools/Shuffle.h>
 #include <benchmarks/Machine.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <new>
 #include <numeric>
+#include <thread>
 #include <vector>
 
 namespace LpmBenchmarks {
+
+namespace {
+
+struct alignas(64) Line {
+    U64 next;
+};
+
+/** Memory of lines, on pages of the size asked for. */
+class Lines {
+public:
+    Lines(U64 bytes, Pages pages) : bytes_(bytes) {
+        void* const storage = mmap(nullptr, bytes + hugePage, PROT_READ | PROT_WRITE,
+                                   MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (storage == MAP_FAILED) {
+            throw std::bad_alloc();
+        }
+        storage_ = storage;
+        auto const begin =
+            (reinterpret_cast<std::uintptr_t>(storage) + hugePage - 1) & ~(hugePage - 1);
+        lines_ = reinterpret_cast<Line*>(begin);
+        madvise(lines_, bytes, pages == Pages::huge ? MADV_HUGEPAGE : MADV_NOHUGEPAGE);
+        joinAtRandom();
+    }
+    Lines(Lines const&) = delete;
+    Lines& operator=(Lines const&) = delete;
+    ~Lines() { munmap(storage_, bytes_ + hugePage); }
+
+    U64 count() const { return bytes_ / sizeof(Line); }
+    U64 next(U64 at) const { return lines_[at].next; }
+
+private:
+    static constexpr std::uintptr_t hugePage = std::uintptr_t{2} << 20;
+
+    /** One way through all lines. */
+    void joinAtRandom() {
+        std::vector<U64> order(count());
+        std::iota(order.begin(), order.end(), U64{0});
+        LpmTools::Xoshiro random(1);
+        LpmTools::shuffle(order, random);
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            lines_[order[i]].next = order[(i + 1) % order.size()];
+        }
+    }
+
+    U64 const bytes_;
+    void* storage_ = nullptr;
+    Line* lines_ = nullptr;
+};
+
+}  // namespace
 
 std::string processorName() {
     std::ifstream file("/proc/cpuinfo");
@@ -19,28 +75,30 @@ std::string processorName() {
     return "unknown";
 }
 
-double memoryLatency(Vexo::U64 bytes) {
-    struct alignas(64) Line {
-        Vexo::U64 next;
-    };
-    std::vector<Line> lines(bytes / sizeof(Line));
-    std::vector<Vexo::U64> order(lines.size());
-    std::iota(order.begin(), order.end(), Vexo::U64{0});
-    LpmTools::Xoshiro random(1);
-    for (std::size_t i = order.size(); i > 1; --i) {
-        std::swap(order[i - 1], order[random.below(i)]);
+std::string machineSize() {
+    U64 const bytes =
+        static_cast<U64>(sysconf(_SC_PHYS_PAGES)) * static_cast<U64>(sysconf(_SC_PAGESIZE));
+    return std::to_string(std::thread::hardware_concurrency()) + " processors, " +
+           std::to_string((bytes + (U64{1} << 29)) >> 30) + " GiB of memory";
+}
+
+double memoryLatency(U64 bytes, U32 chains, Pages pages) {
+    Lines const lines(bytes, pages);
+    constexpr U32 steps = 1'000'000;
+    std::vector<U64> at(chains);
+    for (U32 chain = 0; chain < chains; ++chain) {
+        at[chain] = lines.count() * chain / chains;
     }
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        lines[order[i]].next = order[(i + 1) % order.size()];
-    }
-    constexpr Vexo::U32 steps = 2'000'000;
-    Vexo::U64 volatile at = 0;
     auto const begin = std::chrono::steady_clock::now();
-    for (Vexo::U32 step = 0; step < steps; ++step) {
-        at = lines[at].next;
+    for (U32 step = 0; step < steps; ++step) {
+        for (U64& place : at) {
+            place = lines.next(place);
+        }
     }
     std::chrono::duration<double, std::nano> const time = std::chrono::steady_clock::now() - begin;
-    return time.count() / steps;
+    U64 const volatile sink = std::accumulate(at.begin(), at.end(), U64{0});
+    static_cast<void>(sink);
+    return time.count() / (double{steps} * chains);
 }
 
 }  // namespace LpmBenchmarks

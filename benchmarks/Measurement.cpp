@@ -5,17 +5,15 @@
  * are then in place for all, as they are from the start for those that reserve them beforehand.
  */
 
+#include <benchmarks/Clock.h>
 #include <benchmarks/Measurement.h>
+#include <benchmarks/OwnProcess.h>
 
+#include <malloc.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 #include <fstream>
-#include <iostream>
-#include <stdexcept>
 
 namespace LpmBenchmarks {
 
@@ -37,107 +35,76 @@ double residentBytes() {
     return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
 }
 
-/** The process's time on a processor: what others do on the machine counts less. */
-double processorTime() {
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
-}
-
-class Stopwatch {
+/** The works on one table, one after the other. */
+class Session {
 public:
-    Stopwatch(Figures& figures, std::size_t count)
-        : figures_(figures), count_(static_cast<double>(count)) {}
+    Session(Input const& input, Peer const& peer, Pages pages)
+        : input_(input), residentBefore_(residentBytes()), table_(peer.make(input, pages)) {
+        sample_.figures.fill(-1);
+    }
 
-    template <class Action>
-    void operator()(Work work, Action const& action) {
-        double const begin = processorTime();
-        action();
-        figures_.at(static_cast<std::size_t>(work)) = (processorTime() - begin) / count_;
+    Sample run(bool growthOnly) {
+        std::vector<IpGenPrefix> const backwards(input_.ordered.rbegin(), input_.ordered.rend());
+        table_->insert(input_.ordered);
+        table_->remove(backwards);
+        if (!growthOnly) {
+            time(Work::buildOrdered, routes(), [&] { table_->insert(input_.ordered); });
+            table_->remove(backwards);
+        }
+        time(Work::buildRandom, routes(), [&] { table_->insert(input_.routes); });
+        countBytes();
+        U64 found = 0;
+        time(Work::find, input_.queries.size(), [&] { found = table_->find(input_.queries); });
+        sample_.answers = table_->answers(input_.queries);
+        sample_.changes = found;
+        if (!growthOnly) {
+            workOnFull();
+        }
+        time(Work::remove, input_.leaving.size(), [&] { table_->remove(input_.leaving); });
+        return sample_;
     }
 
 private:
-    Figures& figures_;
-    double const count_;
+    std::size_t routes() const { return input_.routes.size(); }
+    template <class Action>
+    void time(Work work, std::size_t steps, Action const& action) {
+        if (steps != 0) {
+            figure(work) = timeEach(steps, action);
+        }
+    }
+    double& figure(Work work) { return sample_.figures.at(static_cast<std::size_t>(work)); }
+
+    void countBytes() {
+        auto const count = static_cast<double>(routes());
+        double const ours = count * sizeof(IpGenPrefix);  // the routes' list backwards
+        figure(Work::residentBytes) = (residentBytes() - residentBefore_ - ours) / count;
+        figure(Work::trackedBytes) = static_cast<double>(table_->bytes()) / count;
+    }
+
+    void workOnFull() {
+        U64 found = 0;
+        time(Work::findOwn, input_.leaving.size(), [&] { found = table_->find(input_.leaving); });
+        time(Work::walk, routes(), [&] { sample_.routesWalked = table_->walk(); });
+        sample_.changes += found;
+        time(Work::replay, input_.updates.size(),
+             [&] { sample_.changes += table_->replay(input_.updates); });
+        time(Work::replayStream, input_.stream.size(),
+             [&] { sample_.changes += table_->replay(input_.stream); });
+        bool verified = false;
+        time(Work::verify, routes(), [&] { verified = table_->verify(); });
+        if (!verified) {
+            figure(Work::verify) = -1;
+        }
+        if (sample_.routesWalked == 0) {
+            figure(Work::walk) = -1;
+        }
+    }
+
+    Input const& input_;
+    double const residentBefore_;
+    std::unique_ptr<Table> const table_;
+    Sample sample_;
 };
-
-/** The works on one table, one after the other. */
-Sample sampleOf(Input const& input, Peer const& peer, Pages pages) {
-    Sample sample;
-    sample.figures.fill(-1);
-    std::size_t const count = input.routes.size();
-    Stopwatch time(sample.figures, count);
-    U64 sink = 0;
-    double const before = residentBytes();
-    auto const table = peer.make(input, pages);
-    table->insert(input.ordered);
-    std::vector<IpGenPrefix> const backwards(input.ordered.rbegin(), input.ordered.rend());
-    table->remove(backwards);
-
-    time(Work::buildOrdered, [&] { table->insert(input.ordered); });
-    table->remove(backwards);
-    time(Work::buildRandom, [&] { table->insert(input.routes); });
-    auto const all = static_cast<double>(count);
-    sample.figures[static_cast<std::size_t>(Work::residentBytes)] =
-        (residentBytes() - before - all * sizeof(IpGenPrefix)) / all;
-    sample.figures[static_cast<std::size_t>(Work::trackedBytes)] =
-        static_cast<double>(table->bytes()) / all;
-    time(Work::find, [&] { sink += table->find(input.queries); });
-    time(Work::findOwn, [&] { sink += table->find(input.leaving); });
-    time(Work::walk, [&] { sample.routesWalked = table->walk(); });
-    sample.answers = table->answers(input.queries);
-    time(Work::replay, [&] { sample.changes = table->replay(input.updates); });
-    bool verified = false;
-    time(Work::verify, [&] { verified = table->verify(); });
-    if (!verified) {
-        sample.figures[static_cast<std::size_t>(Work::verify)] = -1;
-    }
-    if (sample.routesWalked == 0) {
-        sample.figures[static_cast<std::size_t>(Work::walk)] = -1;
-    }
-    time(Work::remove, [&] { table->remove(input.leaving); });
-    sample.changes += sink == 0 ? 1U : 0U;
-    return sample;
-}
-
-/** The same in a process of its own. */
-Sample isolatedSample(Input const& input, Peer const& peer, Pages pages) {
-    std::array<int, 2> ends{};
-    if (pipe(ends.data()) != 0) {
-        throw std::runtime_error("pipe failed");
-    }
-    std::cout.flush();
-    pid_t const child = fork();
-    if (child == 0) {
-        if (pages == Pages::small) {
-            prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
-        }
-        int status = 1;
-        try {
-            Sample const sample = sampleOf(input, peer, pages);
-            status = write(ends[1], &sample, sizeof(sample)) == sizeof(sample) ? 0 : 1;
-        } catch (std::exception const& error) {
-            std::cerr << peer.name << ": " << error.what() << '\n';
-        }
-        _exit(status);
-    }
-    close(ends[1]);
-    Sample sample;
-    bool const complete = read(ends[0], &sample, sizeof(sample)) == sizeof(sample);
-    close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (!complete || status != 0) {
-        throw std::runtime_error("the process that measures " + peer.name + " has failed");
-    }
-    return sample;
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    std::size_t const middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-}
 
 void expectAlike(Sample const& first, Sample const& other, std::string const& name) {
     bool const walked = other.routesWalked == 0 || other.routesWalked == first.routesWalked;
@@ -148,13 +115,26 @@ void expectAlike(Sample const& first, Sample const& other, std::string const& na
 
 }  // namespace
 
+void usePages(Pages pages) {
+    if (pages == Pages::small) {
+        prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
+    }
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    std::size_t const middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
 char const* nameOf(Work work) noexcept {
     constexpr std::array<char const*, workCount> names{"build, random order",
                                                        "build, address order",
                                                        "look-up, random covered addresses",
                                                        "look-up, own prefixes",
                                                        "walk in order",
-                                                       "replay of updates",
+                                                       "replay of generated updates, an update",
+                                                       "replay of recorded updates, an update",
                                                        "verify",
                                                        "remove, random order",
                                                        "resident bytes",
@@ -162,13 +142,40 @@ char const* nameOf(Work work) noexcept {
     return names.at(static_cast<std::size_t>(work));
 }
 
-std::vector<PeerFigures> measure(Input const& input, std::vector<Peer> const& peers,
-                                 U32 repetitions, Pages pages) {
+std::vector<Peer> peersNamed(std::vector<std::string> const& names) {
+    std::vector<Peer> all{
+        {"LpmTrie", [](Input const& input, Pages) { return libraryTable(input.af); }},
+        {"LpmTrie in partitions",
+         [](Input const& input, Pages) { return partitionedTable(input.af); }},
+#ifdef LPMTRIE_WITH_RTE_RIB
+        {"rte_rib",
+         [](Input const& input, Pages pages) {
+             auto const nodes = (input.routes.size() + input.newRoutes) * 2 + 1024;
+             return rteRibTable(input.af, static_cast<U32>(nodes), pages);
+         }},
+#endif
+        {"std::map", [](Input const& input, Pages) { return mapTable(input.af); }},
+        {"hash a length", [](Input const& input, Pages) { return hashTable(input.af); }},
+    };
+    if (!names.empty()) {
+        std::erase_if(all, [&](Peer const& peer) {
+            return std::find(names.begin(), names.end(), peer.name) == names.end();
+        });
+    }
+    return all;
+}
+
+std::vector<PeerFigures> measure(Input const& input, std::vector<Peer> const& peers, Effort effort,
+                                 Pages pages) {
     std::vector<std::array<std::vector<double>, workCount>> samples(peers.size());
     Sample first;
-    for (U32 repetition = 0; repetition < repetitions; ++repetition) {
+    for (U32 repetition = 0; repetition < effort.repetitions; ++repetition) {
         for (std::size_t i = 0; i < peers.size(); ++i) {
-            Sample const sample = isolatedSample(input, peers[i], pages);
+            Sample const sample = inOwnProcess(peers[i].name, [&] {
+                usePages(pages);
+                malloc_trim(0);  // what this process has inherited free would not count as taken
+                return Session(input, peers[i], pages).run(effort.growthOnly);
+            });
             first = repetition == 0 && i == 0 ? sample : first;
             expectAlike(first, sample, peers[i].name);
             for (std::size_t work = 0; work < workCount; ++work) {

@@ -3,7 +3,6 @@
 #include <benchmarks/Inputs.h>
 
 #include <array>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -15,6 +14,9 @@ struct Peer {
     std::unique_ptr<Table> (*make)(Input const& input, Pages pages);
 };
 
+/** All peers, or those named. */
+std::vector<Peer> peersNamed(std::vector<std::string> const& names);
+
 /** The works in the order of the report. */
 enum class Work {
     buildRandom,
@@ -23,27 +25,43 @@ enum class Work {
     findOwn,
     walk,
     replay,
+    replayStream,
     verify,
     remove,
     residentBytes,
     trackedBytes,
 };
-constexpr std::size_t workCount = 10;
+constexpr std::size_t workCount = 11;
 char const* nameOf(Work work) noexcept;
 
-/** Nanoseconds, or bytes, a route; negative for what a table does not do. */
+/**
+ * Nanoseconds a route, query or step of a stream, or bytes a route; negative for what a table does
+ * not do.
+ */
 using Figures = std::array<double, workCount>;
 
 struct PeerFigures {
     std::string name;
     Figures medians;
+
+    double of(Work work) const { return medians.at(static_cast<std::size_t>(work)); }
+};
+
+/** How often and how much is measured. */
+struct Effort {
+    U32 repetitions = 5;
+    bool growthOnly = false;  // build in random order, look-up, remove, objects' bytes
 };
 
 /**
- * Measures each peer `repetitions` times, in turn, each time in a process of its own, and takes
- * medians. Throws std::runtime_error when two peers do not answer alike, or one fails.
+ * Measures each peer, in turn, each time in a process of its own, and takes medians. Throws
+ * std::runtime_error when two peers do not answer alike, or one fails.
  */
-std::vector<PeerFigures> measure(Input const& input, std::vector<Peer> const& peers,
-                                 U32 repetitions, Pages pages);
+std::vector<PeerFigures> measure(Input const& input, std::vector<Peer> const& peers, Effort effort,
+                                 Pages pages);
+
+double median(std::vector<double> values);
+/** From here on, this process gets pages of this size where it asks for no others. */
+void usePages(Pages pages);
 
 }  // namespace LpmBenchmarks

@@ -1,8 +1,8 @@
 #include <tools/RouteGenerator.h>
 
 #include <tools/GrowthPlan.h>
-#include <tools/TableShape.h>
 #include <tools/Shuffle.h>
+#include <tools/TableShape.h>
 
 #include <algorithm>
 #include <set>

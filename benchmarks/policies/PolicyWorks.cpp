@@ -1,47 +1,21 @@
 #include "PolicyWorks.h"
 
 #include <client/Window.h>
-#include <tools/Xoshiro.h>
+#include <tools/Shuffle.h>
+#include <benchmarks/Clock.h>
+#include <benchmarks/NoChip.h>
 
 #include <algorithm>
-#include <ctime>
 #include <stdexcept>
 
 namespace PolicyFigures {
 
+using LpmBenchmarks::NoChip;
+using LpmBenchmarks::processorTime;
 using LpmClient::Outcome;
 using LpmClient::PartitionManager;
 
 namespace {
-
-double processorSeconds() {
-    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
-}
-
-/** A chip without bounds that does nothing, so that only the client's own time is measured. */
-class NoChip : public LpmClient::Hardware {
-public:
-    explicit NoChip(U32 bucketRoutes) : bucketRoutes_(bucketRoutes) {}
-    U32 bucketRoutes() const noexcept override { return bucketRoutes_; }
-    U32 bucketLimit() const noexcept override { return 1U << 30; }
-
-protected:
-    LpmClient::WriteStatus apply(LpmClient::Write const& /*write*/) override {
-        return LpmClient::WriteStatus::done;
-    }
-    std::vector<LpmClient::Binding> readBindings(U32, Nimbal::AddressFamily) const override {
-        return {};
-    }
-    std::vector<LpmClient::Bucket> readBuckets(U32, Nimbal::AddressFamily) const override {
-        return {};
-    }
-    std::optional<LpmClient::BucketContents> readContents(LpmClient::Bucket) const override {
-        return std::nullopt;
-    }
-
-private:
-    U32 const bucketRoutes_;
-};
 
 /** A table under one policy, whose works are watched at every tenth. */
 class Bench {
@@ -56,27 +30,27 @@ public:
     Figures watch(U64 steps, U64 perStep, std::function<bool(U64)> const& step) {
         Figures figures;
         U64 const movesBefore = manager_.counts().moves;
-        double seconds = 0;
+        double time = 0;
         U64 done = 0;
         for (U64 tenth = 1; tenth <= 10; ++tenth) {
-            double const start = processorSeconds();
+            double const start = processorTime();
             for (; done < steps * tenth / 10; ++done) {
                 if (!step(done)) {
                     throw std::runtime_error("an update was not carried out");
                 }
             }
-            seconds += processorSeconds() - start;
+            time += processorTime() - start;
             figures.tenths.push_back(
                 {done * perStep, manager_.routes(), manager_.buckets(),
                  LpmClient::fewestPieces(manager_.trie(), manager_.bucketRoutes()),
                  manager_.counts().moves - movesBefore});
         }
-        figures.microseconds = seconds * 1e6 / static_cast<double>(steps * perStep);
+        figures.microseconds = time / 1e3 / static_cast<double>(steps * perStep);
         return figures;
     }
 
 private:
-    static Torvel::Bitmap::Ptr numbers() { return Torvel::Bitmap::BitmapIs(1U << 30); }
+    static Torvel::Bitmap::Ptr numbers() { return Torvel::Bitmap::BitmapIs(NoChip::mostBuckets); }
     static LpmClient::ManagerOptions options(Setting const& setting) {
         LpmClient::ManagerOptions options;
         options.af = setting.af;
@@ -86,12 +60,6 @@ private:
     NoChip chip_;
     PartitionManager manager_;
 };
-
-void shuffle(Prefixes& prefixes, LpmTools::Xoshiro& random) {
-    for (std::size_t i = prefixes.size(); i > 1; --i) {
-        std::swap(prefixes[i - 1], prefixes[random.below(i)]);
-    }
-}
 
 Figures announceAll(Bench& bench, std::span<Nimbal::IpGenPrefix const> prefixes) {
     return bench.watch(prefixes.size(), 1, [&](U64 at) {
@@ -140,7 +108,7 @@ Figures addressOrder(Setting const& setting, Prefixes table) {
 
 RandomFigures randomOrder(Setting const& setting, Prefixes table, U64 replacements) {
     LpmTools::Xoshiro random(setting.seed);
-    shuffle(table, random);
+    LpmTools::shuffle(table, random);
     std::size_t const held = replacements == 0 ? 0 : table.size() / 10;
     std::span<Nimbal::IpGenPrefix> const live(table.data(), table.size() - held);
     std::span<Nimbal::IpGenPrefix> const withdrawn(table.data() + live.size(), held);
@@ -161,16 +129,16 @@ RandomFigures randomOrder(Setting const& setting, Prefixes table, U64 replacemen
 
 double libraryMicroseconds(Prefixes table) {
     LpmTools::Xoshiro random(1);
-    shuffle(table, random);
+    LpmTools::shuffle(table, random);
     auto const trie = LpmTrie::trieFactory(0);
     trie->afIs(table.front().af());
-    double const start = processorSeconds();
-    for (Nimbal::IpGenPrefix const& prefix : table) {
-        trie->insertFromRoot(prefix, true, false, nullptr, 1);
-    }
-    double const seconds = processorSeconds() - start;
+    double const time = LpmBenchmarks::timeEach(table.size(), [&] {
+        for (Nimbal::IpGenPrefix const& prefix : table) {
+            trie->insertFromRoot(prefix, true, false, nullptr, 1);
+        }
+    });
     LpmTrie::removeAll(*trie);
-    return seconds * 1e6 / static_cast<double>(table.size());
+    return time / 1e3;
 }
 
 }  // namespace PolicyFigures

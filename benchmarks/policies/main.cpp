@@ -7,8 +7,7 @@
 #include "PolicyReport.h"
 
 #include <client/WindowPolicy.h>
-#include <tools/RouteGenerator.h>
-#include <tools/TableReader.h>
+#include <benchmarks/TableChoice.h>
 
 #include <CLI/CLI.hpp>
 
@@ -107,13 +106,8 @@ void run(Options& options) {
     Report report;
     report.seeds = options.seeds;
     report.replacements = options.replacements;
-    LpmTools::Table table;
-    if (options.tables.empty()) {
-        table.ipv4 = LpmTools::generateTable(Nimbal::AddressFamily::ipv4, options.ipv4, 1);
-        table.ipv6 = LpmTools::generateTable(Nimbal::AddressFamily::ipv6, options.ipv6, 1);
-    } else {
-        table = LpmTools::readTables(options.tables, {});
-    }
+    LpmTools::Table const table =
+        LpmBenchmarks::readOrGenerate(options.tables, options.ipv4, options.ipv6, 1);
     report.table = std::to_string(table.ipv4.size()) + " of IPv4 and " +
                    std::to_string(table.ipv6.size()) + " of IPv6, " +
                    (options.tables.empty() ? "generated" : "a full Internet table");
