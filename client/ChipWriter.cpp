@@ -7,6 +7,19 @@ namespace LpmClient {
 using LpmTrie::PartitionId;
 using Nimbal::IpGenPrefix;
 
+namespace {
+
+/** Lets a vector grow by so many elements without a failure. Throws std::bad_alloc. */
+template <class Element>
+void makeRoom(std::vector<Element>& elements, std::size_t more) {
+    std::size_t const size = elements.size() + more;
+    if (size > elements.capacity()) {
+        elements.reserve(std::max(size, 2 * elements.capacity()));
+    }
+}
+
+}  // namespace
+
 Write ChipWriter::make(WriteKind kind, Bucket bucket) const {
     Write write;
     write.kind = kind;
@@ -29,16 +42,25 @@ Write ChipWriter::makeBinding(WriteKind kind, IpGenPrefix const& prefix, Bucket 
     return write;
 }
 
-void ChipWriter::note(Write const& write) {
+void ChipWriter::prepare(Write const& write) {
+    if (write.kind == WriteKind::bind) {
+        bindings_.try_emplace(write.route.prefix, noBucket);
+    } else if (write.kind == WriteKind::writeCover) {
+        covers_.try_emplace(write.bucket);
+    }
+}
+
+void ChipWriter::note(Write const& write) noexcept {
     switch (write.kind) {
     case WriteKind::bind:
-        bindings_[write.route.prefix] = write.bucket;
+        bindings_.find(write.route.prefix)->second = write.bucket;
         break;
     case WriteKind::unbind:
         bindings_.erase(write.route.prefix);
         break;
     case WriteKind::writeCover:
-        learnCover(write.bucket, write.empty ? std::optional<Route>() : write.route);
+        covers_.find(write.bucket)->second =
+            write.empty ? std::optional<Route>() : std::optional(write.route);
         break;
     case WriteKind::free:
         covers_.erase(write.bucket);
@@ -48,15 +70,27 @@ void ChipWriter::note(Write const& write) {
     }
 }
 
+void ChipWriter::noteRefusal(Write const& write, WriteStatus status) noexcept {
+    lastRefusal_ = RefusedWrite{write, status};
+    if (write.kind == WriteKind::bind && bucketBoundTo(write.route.prefix) == noBucket) {
+        bindings_.erase(write.route.prefix);
+    }
+}
+
 void ChipWriter::write(Write const& write, Write const& inverse, PartitionId::Ptr id) {
-    // Room first: once the chip has changed, nothing may throw before the inverse is kept.
-    journal_.push_back(Owed{inverse, std::move(id)});
+    // Room first: once the chip has changed, nothing may throw.
+    if (!owed_.empty()) {
+        makeRoom(owed_, journal_.size() + 1);
+    }
+    makeRoom(journal_, 1);
+    prepare(write);
     WriteStatus const status = hardware_.write(write);
     if (status != WriteStatus::done) {
-        journal_.pop_back();
+        noteRefusal(write, status);
         throw RefusedWrite{write, status};
     }
     note(write);
+    journal_.push_back(Owed{inverse, std::move(id)});
 }
 
 void ChipWriter::allocate(PartitionId::Ptr const& id) {
@@ -89,27 +123,30 @@ void ChipWriter::writeCover(Bucket bucket, std::optional<Route> const& cover) {
 }
 
 void ChipWriter::bind(IpGenPrefix const& prefix, Bucket bucket) {
-    auto const bound = bindings_.find(prefix);
-    if (bound == bindings_.end()) {
+    Bucket const before = bucketBoundTo(prefix);
+    if (before == noBucket) {
         write(makeBinding(WriteKind::bind, prefix, bucket),
               makeBinding(WriteKind::unbind, prefix, bucket));
-    } else if (bound->second != bucket) {
+    } else if (before != bucket) {
         write(makeBinding(WriteKind::bind, prefix, bucket),
-              makeBinding(WriteKind::bind, prefix, bound->second));
+              makeBinding(WriteKind::bind, prefix, before));
     }
 }
 
 void ChipWriter::unbind(IpGenPrefix const& prefix) {
-    auto const bound = bindings_.find(prefix);
-    if (bound != bindings_.end()) {
-        Bucket const bucket = bound->second;
+    Bucket const bucket = bucketBoundTo(prefix);
+    if (bucket != noBucket) {
         write(makeBinding(WriteKind::unbind, prefix, bucket),
               makeBinding(WriteKind::bind, prefix, bucket));
     }
 }
 
-void ChipWriter::commit() {
-    owed_.reserve(owed_.size() + freeLater_.size());  // nothing throws after this
+void ChipWriter::freeLater(PartitionId::Ptr const& id) {
+    makeRoom(owed_, freeLater_.size() + 1);
+    freeLater_.push_back(id);
+}
+
+void ChipWriter::commit() noexcept {
     journal_.clear();
     for (PartitionId::Ptr const& id : freeLater_) {
         owed_.push_back(Owed{make(WriteKind::free, id->id().value()), id});
@@ -118,28 +155,40 @@ void ChipWriter::commit() {
     settle();
 }
 
-void ChipWriter::undo() {
+void ChipWriter::undo() noexcept {
     freeLater_.clear();
     std::reverse(journal_.begin(), journal_.end());
-    owed_.insert(owed_.end(), journal_.begin(), journal_.end());
+    if (owed_.empty()) {
+        owed_.swap(journal_);
+    } else {
+        owed_.insert(owed_.end(), journal_.begin(), journal_.end());
+    }
     journal_.clear();
     settle();
 }
 
-bool ChipWriter::settle() {
-    auto const refused = std::find_if(owed_.begin(), owed_.end(), [&](Owed const& owed) {
-        WriteStatus const status = hardware_.write(owed.write);
-        // What is to be freed may be gone already: a repair may have come first.
-        bool const gone =
-            owed.write.kind == WriteKind::free && status == WriteStatus::unknownBucket;
-        if (status != WriteStatus::done && !gone) {
-            return true;
-        }
-        note(owed.write);
-        return false;
-    });
+bool ChipWriter::settle() noexcept {
+    auto const refused = std::find_if_not(owed_.begin(), owed_.end(),
+                                          [&](Owed const& owed) { return settle(owed); });
     owed_.erase(owed_.begin(), refused);
     return owed_.empty();
+}
+
+bool ChipWriter::settle(Owed const& owed) noexcept {
+    try {
+        prepare(owed.write);
+    } catch (std::bad_alloc const&) {
+        return false;
+    }
+    WriteStatus const status = hardware_.write(owed.write);
+    // What is to be freed may be gone already: a repair may have come first.
+    bool const gone = owed.write.kind == WriteKind::free && status == WriteStatus::unknownBucket;
+    if (status != WriteStatus::done && !gone) {
+        noteRefusal(owed.write, status);
+        return false;
+    }
+    note(owed.write);
+    return true;
 }
 
 std::vector<PartitionId::Ptr> ChipWriter::abandonOwed() {
@@ -166,6 +215,11 @@ std::optional<Route> ChipWriter::cover(Bucket bucket) const {
     return found == covers_.end() ? std::optional<Route>() : found->second;
 }
 
+Bucket ChipWriter::bucketBoundTo(IpGenPrefix const& prefix) const noexcept {
+    auto const bound = bindings_.find(prefix);
+    return bound == bindings_.end() ? noBucket : bound->second;
+}
+
 void ChipWriter::learnBinding(IpGenPrefix const& prefix, std::optional<Bucket> bucket) {
     if (bucket) {
         bindings_[prefix] = *bucket;
@@ -176,7 +230,7 @@ void ChipWriter::learnBinding(IpGenPrefix const& prefix, std::optional<Bucket> b
 
 void ChipWriter::learnCover(Bucket bucket, std::optional<Route> const& cover) {
     if (cover) {
-        covers_[bucket] = *cover;
+        covers_[bucket] = cover;
     } else {
         covers_.erase(bucket);
     }

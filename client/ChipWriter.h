@@ -21,7 +21,8 @@ struct RefusedWrite {
  * A change is a row of writes that ends with `commit` or `undo`. The writer knows what stands in
  * the chip (bindings and covering routes) and so leaves out writes that change nothing. An `undo`
  * write may be refused too, and so may the freeing of a bucket after a commit: such writes are
- * owed, and `settle` must succeed before the next change begins.
+ * owed, and `settle` must succeed before the next change begins. A write that finds no memory
+ * throws std::bad_alloc before the chip has changed; `commit` and `undo` need none.
  *
  * Not locked: belongs to one table. The chip may be shared.
  */
@@ -45,14 +46,14 @@ public:
     /** @} */
 
     /** The change stands. The buckets named by `freeLater` since the last commit are freed. */
-    void commit();
+    void commit() noexcept;
     /** Takes the change back, write by write, in reverse order. */
-    void undo();
+    void undo() noexcept;
     /** Frees the bucket at the next commit, at which it must not be bound any more. */
-    void freeLater(LpmTrie::PartitionId::Ptr const& id) { freeLater_.push_back(id); }
+    void freeLater(LpmTrie::PartitionId::Ptr const& id);
 
     /** Tries what is owed. True when nothing is owed any more. */
-    bool settle();
+    bool settle() noexcept;
     /** Whether nothing is owed. */
     bool settled() const noexcept { return owed_.empty(); }
     /**
@@ -63,10 +64,11 @@ public:
     /** Knows of nothing any more, and owes nothing. */
     void forget();
 
+    /** The chip's last refusal, if any, of whatever write. */
+    std::optional<RefusedWrite> const& lastRefusal() const noexcept { return lastRefusal_; }
+
     /** The covering route that a bucket holds; none also for a bucket that is not known. */
     std::optional<Route> cover(Bucket bucket) const;
-    /** The bound prefixes, in order of address, then length, and their buckets. */
-    std::map<Nimbal::IpGenPrefix, Bucket> const& bindings() const noexcept { return bindings_; }
 
     /** @{ Tells what really stands in the chip, where it may differ from what was written. */
     void learnBinding(Nimbal::IpGenPrefix const& prefix, std::optional<Bucket> bucket);
@@ -90,17 +92,24 @@ private:
     Write makeBinding(WriteKind kind, Nimbal::IpGenPrefix const& prefix, Bucket bucket) const;
     /** Writes, and keeps `inverse` for `undo`. */
     void write(Write const& write, Write const& inverse, LpmTrie::PartitionId::Ptr id = {});
+    Bucket bucketBoundTo(Nimbal::IpGenPrefix const& prefix) const noexcept;
+    /** Makes room for `note`. Throws std::bad_alloc. */
+    void prepare(Write const& write);
     /** Keeps up with a write that the chip has carried out. */
-    void note(Write const& write);
+    void note(Write const& write) noexcept;
+    /** Takes `prepare` back, and keeps the refusal in mind. */
+    void noteRefusal(Write const& write, WriteStatus status) noexcept;
+    bool settle(Owed const& owed) noexcept;
 
     Hardware& hardware_;
     U32 const vrfId_;
     Nimbal::AddressFamily const af_;
-    std::map<Nimbal::IpGenPrefix, Bucket> bindings_;
-    std::unordered_map<Bucket, Route> covers_;
+    std::map<Nimbal::IpGenPrefix, Bucket> bindings_;  // `noBucket`: not bound, a write is under way
+    std::unordered_map<Bucket, std::optional<Route>> covers_;
     std::vector<Owed> journal_;  // inverses of the change in hand
     std::vector<Owed> owed_;     // in the order in which they are to be written
     std::vector<LpmTrie::PartitionId::Ptr> freeLater_;
+    std::optional<RefusedWrite> lastRefusal_;
 };
 
 }  // namespace LpmClient

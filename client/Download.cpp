@@ -57,8 +57,7 @@ Outcome PartitionManager::download(std::span<Route const> routes) {
             counts_.added += trie_->root()->routeCount();
             return Outcome::done;
         }
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
+    } catch (RefusedWrite const&) {
         outcome = Outcome::refused;
         writer_.undo();
     } catch (Vexo::RangeException const&) {

@@ -39,7 +39,8 @@ std::optional<Cut> HalvingPolicy::makeRoom(ClientTrie& trie, RouteNode* root,
         node = trie.findMergeNodeViaSplitCount(root, half, true).node();
     }
     U32 const rest = routes - node->partitionRouteCount();
-    if (rest > room.bucketRoutes || node->partitionRouteCount() > room.bucketRoutes) {
+    if (node->pendingState() || rest > room.bucketRoutes ||
+        node->partitionRouteCount() > room.bucketRoutes) {
         return std::nullopt;
     }
     Cut cut;

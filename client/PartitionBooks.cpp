@@ -101,7 +101,10 @@ bool PartitionManager::ensureTop() {
     return true;
 }
 
-/** Gives the top's bucket back if the table is empty. False when the chip has refused. */
+/**
+ * Gives the top's bucket back if the table is empty. False when the chip has refused or there is no
+ * memory: an empty partition more, until the next update or retry.
+ */
 bool PartitionManager::removeTop() {
     RouteNode* const top = routeNode(trie_->root());
     if (top == nullptr || top->routeCount() != 0 || roots_.size() != 1) {
@@ -110,12 +113,14 @@ bool PartitionManager::removeTop() {
     PartitionId::Ptr const id = top->partitionId();
     try {
         writer_.unbind(top->prefixRef()->prefix());
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
+        writer_.freeLater(id);
+    } catch (RefusedWrite const&) {
         writer_.undo();
-        return false;  // an empty partition more, until the next update or retry
+        return false;
+    } catch (std::bad_alloc const&) {
+        writer_.undo();
+        return false;
     }
-    writer_.freeLater(id);
     roots_.clear();
     trie_->removeNode(top, true);
     writer_.commit();

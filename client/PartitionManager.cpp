@@ -67,7 +67,7 @@ Outcome PartitionManager::owe(IpGenPrefix const& prefix, std::optional<NextHop> 
 }
 
 /** The prefix is as it was last asked for: nothing is owed for it. */
-Outcome PartitionManager::settled(IpGenPrefix const& prefix, Outcome outcome) {
+Outcome PartitionManager::isSettled(IpGenPrefix const& prefix, Outcome outcome) {
     if (!owed_.empty()) {
         owed_.erase(prefix);
     }
@@ -90,8 +90,7 @@ Outcome PartitionManager::announce(Route const& route) {
     Outcome outcome = Outcome::refused;
     try {
         outcome = announceSettled(route);
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
+    } catch (RefusedWrite const&) {
         writer_.undo();
     } catch (...) {
         writer_.undo();
@@ -99,7 +98,7 @@ Outcome PartitionManager::announce(Route const& route) {
         throw;
     }
     if (outcome == Outcome::done || outcome == Outcome::unchanged) {
-        return settled(route.prefix, outcome);
+        return isSettled(route.prefix, outcome);
     }
     removeTop();
     return owe(route.prefix, route.nextHop, outcome);
@@ -188,14 +187,14 @@ void PartitionManager::writeCoversUnder(RouteNode const* node, std::optional<Rou
 }
 
 bool PartitionManager::retry() {
+    if (mustRepair_) {
+        repair();
+    }
     if (mustRestart_ || !writer_.settle()) {
         return false;
     }
-    auto const improve = std::exchange(toImprove_, {});
-    for (IpGenPrefix const& prefix : improve) {
-        if (!tryImprove(prefix)) {
-            toImprove_.insert(prefix);
-        }
+    for (auto at = toImprove_.begin(); at != toImprove_.end();) {
+        at = tryImprove(*at) ? toImprove_.erase(at) : std::next(at);
     }
     auto const updates = owed_;
     for (auto const& [prefix, nextHop] : updates) {
@@ -205,8 +204,7 @@ bool PartitionManager::retry() {
             withdraw(prefix);
         }
     }
-    bool const topIsRight = removeTop();
-    return topIsRight && owed_.empty() && toImprove_.empty() && writer_.settled();
+    return removeTop() && settled();
 }
 
 }  // namespace LpmClient

@@ -52,7 +52,8 @@ struct ManagerCounts {
  * chip, and both in agreement at all times.
  *
  * Each update either succeeds in both or changes neither and is owed: `retry` takes up what is
- * owed. While an update runs, each address gets, after each single hardware write, either the
+ * owed. One that finds no memory throws std::bad_alloc: it has changed neither and is not owed.
+ * While an update runs, each address gets, after each single hardware write, either the
  * answer from before the update or the one after it.
  *
  * Managers may share a chip and the bitmap of bucket numbers, each on a thread of its own
@@ -94,8 +95,8 @@ public:
     /**
      * Takes over what the chip holds, into an empty table, and completes or takes back a change
      * that was cut off in the middle. False when the chip has refused a write or has no bucket to
-     * spare: then nothing is taken over, and updates are refused until a restart succeeds. Throws
-     * std::logic_error when the table is not empty.
+     * spare: then nothing is taken over, and updates are refused until a restart succeeds; so they
+     * are after std::bad_alloc. Throws std::logic_error when the table is not empty.
      */
     bool restart();
 
@@ -105,10 +106,22 @@ public:
     std::map<Nimbal::IpGenPrefix, std::optional<NextHop>> const& owed() const noexcept {
         return owed_;
     }
+    /**
+     * Whether nothing is owed: no update, no recut of a partition that has shrunk, no write that
+     * takes something back or frees a bucket, no repair or restart that has not succeeded. Then
+     * `audit` finds no difference but what somebody else has written to the chip.
+     */
+    bool settled() const noexcept {
+        return !mustRestart_ && !mustRepair_ && owed_.empty() && toImprove_.empty() &&
+               writer_.settled();
+    }
 
     /** Every difference between trie and chip. Reads all that the chip holds of the table. */
     std::vector<Difference> audit() const;
-    /** Makes the chip agree with the trie. Returns the differences that are left. */
+    /**
+     * Makes the chip agree with the trie. Returns the differences that are left, since the chip has
+     * refused a write; they, and those left by std::bad_alloc, `retry` takes up.
+     */
     std::vector<Difference> repair();
 
     /** The trie, to read. Who changes it changes what the manager believes of the chip. */
@@ -126,7 +139,9 @@ public:
     /** Buckets that no table uses: as many as the bitmap's limit leaves. */
     U32 freeBuckets() const noexcept { return numbers_->limit() - numbers_->count(); }
     /** The chip's last refusal, if any. */
-    std::optional<RefusedWrite> const& lastRefusal() const noexcept { return lastRefusal_; }
+    std::optional<RefusedWrite> const& lastRefusal() const noexcept {
+        return writer_.lastRefusal();
+    }
 
 private:
     class RecutChange;
@@ -134,7 +149,7 @@ private:
     using StrayIds = std::map<Bucket, LpmTrie::PartitionId::Ptr>;
 
     Outcome owe(Nimbal::IpGenPrefix const& prefix, std::optional<NextHop> nextHop, Outcome outcome);
-    Outcome settled(Nimbal::IpGenPrefix const& prefix, Outcome outcome);
+    Outcome isSettled(Nimbal::IpGenPrefix const& prefix, Outcome outcome);
     void checkPrefix(Nimbal::IpGenPrefix const& prefix) const;
     Outcome announceSettled(Route const& route);
     Outcome insert(Route const& route, LpmTrie::Node* partitionNode);
@@ -149,6 +164,7 @@ private:
     bool takeFresh(Recut& recut);
     Room room() const noexcept { return {bucketRoutes_, freeBuckets()}; }
     bool tryImprove(Nimbal::IpGenPrefix const& rootPrefix);
+    void improveNowOrLater(std::set<Nimbal::IpGenPrefix>& rootPrefix);
     std::optional<Cut> improvement(RouteNode* root);
     void complete(RecutChange& change);
 
@@ -161,6 +177,7 @@ private:
     void separateTenants();
     void separate(RouteNode* root);
     bool takeOver();
+    void dropAll() noexcept;
     void repairOnce(StrayIds& strayIds);
     void repair(Difference const& difference, StrayIds& strayIds);
     void restoreBucket(Bucket bucket);
@@ -174,8 +191,8 @@ private:
     std::map<Nimbal::IpGenPrefix, RouteNode*> roots_;
     std::map<Nimbal::IpGenPrefix, std::optional<NextHop>> owed_;
     std::set<Nimbal::IpGenPrefix> toImprove_;  // roots of partitions whose merge was refused
-    std::optional<RefusedWrite> lastRefusal_;
-    bool mustRestart_ = false;  // the chip holds what could not be taken over
+    bool mustRestart_ = false;                 // the chip holds what could not be taken over
+    bool mustRepair_ = false;                  // the last repair has left differences
     ManagerCounts counts_;
 };
 

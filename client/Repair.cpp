@@ -63,6 +63,7 @@ std::vector<Difference> PartitionManager::audit() const {
 
 std::vector<Difference> PartitionManager::repair() {
     // What is owed shows as differences: a write that can never succeed must not hold up the rest.
+    mustRepair_ = true;
     StrayIds strayIds;
     for (PartitionId::Ptr const& id : writer_.abandonOwed()) {
         strayIds.emplace(id->id().value(), id);
@@ -71,7 +72,9 @@ std::vector<Difference> PartitionManager::repair() {
     for (U32 round = 0; round < 2 && writer_.settled(); ++round) {
         repairOnce(strayIds);
     }
-    return audit();
+    auto left = audit();
+    mustRepair_ = !left.empty();
+    return left;
 }
 
 void PartitionManager::repairOnce(StrayIds& strayIds) {
@@ -85,9 +88,12 @@ void PartitionManager::repairOnce(StrayIds& strayIds) {
         }
         try {
             repair(difference, strayIds);
-        } catch (RefusedWrite const& refused) {
-            lastRefusal_ = refused;
+        } catch (RefusedWrite const&) {
+            writer_.commit();
             unfilled.insert(difference.bucket);
+        } catch (...) {
+            writer_.commit();
+            throw;
         }
     }
     writer_.commit();

@@ -43,20 +43,29 @@ bool PartitionManager::restart() {
     bool taken = false;
     try {
         taken = takeOver();
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
+    } catch (RefusedWrite const&) {
+        // `lastRefusal` tells.
     } catch (Vexo::RangeException const&) {
         // No bucket is left for a partition that shares one.
+    } catch (...) {
+        dropAll();
+        throw;
     }
     if (!taken) {
-        writer_.undo();
-        writer_.forget();
-        roots_.clear();
-        toImprove_.clear();
-        LpmTrie::removeAll(*trie_);
-        mustRestart_ = true;
+        dropAll();
     }
     return taken;
+}
+
+/** Nothing has been taken over. What the chip holds then, a later restart makes sense of. */
+void PartitionManager::dropAll() noexcept {
+    writer_.undo();
+    writer_.forget();
+    roots_.clear();
+    toImprove_.clear();
+    LpmTrie::removeAll(*trie_);
+    mustRepair_ = false;
+    mustRestart_ = true;
 }
 
 bool PartitionManager::takeOver() {

@@ -30,6 +30,9 @@ U32 part(U32 whole, U32 hundredths) {
 /** Routes that come in order of address fill buckets behind them that will not grow any more. */
 void WindowPolicy::noteArrival(RouteNode const* incoming) {
     Nimbal::IpGenPrefix const& prefix = incoming->prefixRef()->prefix();
+    if (prefix == last_) {
+        return;  // an update that is tried again
+    }
     ascending_ -= ascending_ / 16;
     ascending_ += prefix > last_ ? 64U : 0U;
     last_ = prefix;

@@ -19,14 +19,15 @@ Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
     }
     RouteNode* const node = routeNode(LpmTrie::findExact(*trie_, prefix));
     if (node == nullptr || !node->fibRoute()) {
-        return settled(prefix, Outcome::unchanged);
+        return isSettled(prefix, Outcome::unchanged);
     }
+    // Once the chip has changed, nothing may throw.
+    std::set<IpGenPrefix> shrunk{partitionRootOf(node)->prefixRef()->prefix()};
     try {
         writeCoversUnder(node, coverOf(node));
         writer_.eraseRoute(bucketOf(node), routeAt(node));
         writer_.commit();
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
+    } catch (RefusedWrite const&) {
         writer_.undo();
         return owe(prefix, std::nullopt, Outcome::refused);
     } catch (...) {
@@ -34,12 +35,26 @@ Outcome PartitionManager::withdraw(IpGenPrefix const& prefix) {
         throw;
     }
     ++counts_.withdrawn;
-    IpGenPrefix const rootPrefix = partitionRootOf(node)->prefixRef()->prefix();
     trie_->removeNode(node, false);
-    if (!tryImprove(rootPrefix)) {
-        toImprove_.insert(rootPrefix);
+    isSettled(prefix, Outcome::done);
+    improveNowOrLater(shrunk);
+    return Outcome::done;
+}
+
+/** The withdrawal stands, whatever becomes of this: what fails, `retry` takes up. */
+void PartitionManager::improveNowOrLater(std::set<IpGenPrefix>& rootPrefix) {
+    bool isDone = false;
+    try {
+        isDone = tryImprove(*rootPrefix.begin());
+    } catch (std::bad_alloc const&) {
+        // As if the chip had refused.
+    } catch (...) {
+        toImprove_.merge(rootPrefix);
+        throw;
     }
-    return settled(prefix, Outcome::done);
+    if (!isDone) {
+        toImprove_.merge(rootPrefix);
+    }
 }
 
 std::optional<Cut> PartitionManager::improvement(RouteNode* root) {
@@ -75,8 +90,7 @@ bool PartitionManager::tryImprove(IpGenPrefix const& rootPrefix) {
     try {
         recut.run();
         writer_.commit();
-    } catch (RefusedWrite const& refused) {
-        lastRefusal_ = refused;
+    } catch (RefusedWrite const&) {
         writer_.undo();
         return false;
     } catch (...) {

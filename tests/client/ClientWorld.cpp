@@ -47,14 +47,16 @@ ClientWorld::ClientWorld(Space const& space, std::string policy, ChipSize const&
     expectAnswers(table, table);
 }
 
-void ClientWorld::newManager() {
+void ClientWorld::newManager(std::unique_ptr<LpmClient::Policy> ownPolicy) {
     dropManager();
     numbers_ = Torvel::Bitmap::BitmapIs(chip.bucketLimit());
     LpmClient::ManagerOptions options;
     options.vrfId = vrfId;
     options.af = space_.af();
     options.policy = policy_;
-    manager_ = std::make_unique<PartitionManager>(watched, numbers_, options);
+    manager_ = ownPolicy ? std::make_unique<PartitionManager>(watched, numbers_, options,
+                                                              std::move(ownPolicy))
+                         : std::make_unique<PartitionManager>(watched, numbers_, options);
 }
 
 void ClientWorld::dropManager() {
@@ -96,8 +98,7 @@ Outcome ClientWorld::update(Update const& update) {
     }
     updateText_ = (update.nextHop ? "announce " : "withdraw ") + update.prefix.stringValue();
     SCOPED_TRACE(updateText_);
-    Outcome const outcome = update.nextHop ? manager_->announce({update.prefix, *update.nextHop})
-                                           : manager_->withdraw(update.prefix);
+    Outcome const outcome = giveTo(*manager_, update);
     EXPECT_EQ(outcome == Outcome::unchanged, after == table && outcome != Outcome::refused);
     if (outcome == Outcome::done) {
         EXPECT_FALSE(turnedBack_);
@@ -130,10 +131,28 @@ void ClientWorld::checkAnswers() {
     }
 }
 
+Table ClientWorld::heldByTrie() {
+    Table held;
+    auto& trie = manager_->trie();
+    for (auto step = trie.preorderNextNode(nullptr, nullptr, 0, false, false);
+         step.node() != nullptr;
+         step = trie.preorderNextNode(nullptr, step.node(), step.level, false, false)) {
+        if (step.node()->fibRoute()) {
+            Route const route = LpmClient::routeAt(step.node());
+            held[route.prefix] = route.nextHop;
+        }
+    }
+    return held;
+}
+
+void ClientWorld::tableIsOneOf(Table const& before, Table const& after) {
+    table = heldByTrie();
+    ASSERT_TRUE(table == before || table == after);
+}
+
 void ClientWorld::checkTrie() {
     manager_->trie().verify();
     U64 partitions = 0;
-    Table found;
     auto& trie = manager_->trie();
     for (auto step = trie.preorderNextNode(nullptr, nullptr, 0, false, false);
          step.node() != nullptr;
@@ -142,7 +161,6 @@ void ClientWorld::checkTrie() {
         ASSERT_EQ(node->pendingState().value(), 0U) << node->stringValue();
         if (node->fibRoute()) {
             ASSERT_EQ(node->bucket, bucketOf(node)) << node->stringValue();
-            found[node->prefixRef()->prefix()] = node->nextHop;
         }
         if (node->partitionNode()) {
             ++partitions;
@@ -150,7 +168,7 @@ void ClientWorld::checkTrie() {
             ASSERT_LE(node->partitionRouteCount(), manager_->bucketRoutes());
         }
     }
-    ASSERT_EQ(found, table);
+    ASSERT_EQ(heldByTrie(), table);
     ASSERT_EQ(manager_->routes(), table.size());
     ASSERT_EQ(manager_->buckets(), partitions);
 }

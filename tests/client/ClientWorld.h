@@ -15,6 +15,12 @@ using LpmClient::PartitionManager;
 using LpmClient::SimulatedChip;
 using LpmClient::WriteStatus;
 
+/** One update. */
+inline Outcome giveTo(PartitionManager& manager, Update const& update) {
+    return update.nextHop ? manager.announce({update.prefix, *update.nextHop})
+                          : manager.withdraw(update.prefix);
+}
+
 /**
  * A chip, a manager and what the table should be, with every address of a space looked up after
  * every single write.
@@ -42,6 +48,10 @@ public:
     /** The answers that may be given from now on: those of one table or the other. */
     void expectAnswers(Table const& before, Table const& after);
 
+    /** The routes that the trie holds. */
+    Table heldByTrie();
+    /** After an update that may have happened or not: `table` is the one that the trie holds. */
+    void tableIsOneOf(Table const& before, Table const& after);
     /** Chip, trie, manager and bitmap agree with each other and with `table`. */
     void check();
     /** The chip's answers are those of `table`. */
@@ -52,7 +62,7 @@ public:
     PartitionManager& manager() { return *manager_; }
     Torvel::Bitmap& numbers() const { return *numbers_; }
     /** A new manager with a new bitmap: what a process that starts has. */
-    void newManager();
+    void newManager(std::unique_ptr<LpmClient::Policy> ownPolicy = nullptr);
     void dropManager();
     /** A wrong answer was seen. */
     bool failed() const noexcept { return failed_; }

@@ -1,10 +1,7 @@
-#include <client/PartitionManager.h>
-#include <client/SimulatedChip.h>
-
 #include <tests/Support/LeakCheck.h>
 #include <tests/Support/ThreadSafeMode.h>
 #include <tests/Support/Threads.h>
-#include <tests/client/Space.h>
+#include <tests/client/ClientWorld.h>
 
 #include <gtest/gtest.h>
 
@@ -19,9 +16,6 @@ namespace ClientTest {
 namespace {
 
 using LpmClient::ManagerOptions;
-using LpmClient::Outcome;
-using LpmClient::PartitionManager;
-using LpmClient::SimulatedChip;
 
 /** A table of a routing instance: a space, what it should hold, and its manager. */
 struct Instance {
@@ -36,9 +30,7 @@ struct Instance {
 };
 
 void update(Instance& instance, Update const& update) {
-    Outcome const outcome = update.nextHop
-                                ? instance.manager->announce({update.prefix, *update.nextHop})
-                                : instance.manager->withdraw(update.prefix);
+    Outcome const outcome = giveTo(*instance.manager, update);
     ASSERT_TRUE(outcome == Outcome::done || outcome == Outcome::unchanged) << text(outcome);
     takeInto(instance.table, update);
 }
@@ -94,6 +86,36 @@ TEST_F(InstancesThreadsTest, shareChipAndBitmapOnThreadsOfTheirOwn) {
     });
     EXPECT_EQ(chip_.bucketsUsed() + chip_.bindingsUsed() + numbers->count(), 0U);
     EXPECT_EQ(chip_.counts().totalRefused(), 0U);
+}
+
+/** Some writes of each thread are refused: what is owed then is tried again until it is placed. */
+TEST_F(InstancesThreadsTest, shareAChipThatRefusesWritesAtRandom) {
+    TestSupport::ThreadSafeMode const mode;
+    auto const numbers = Torvel::Bitmap::BitmapIs(400);
+    WatchedChip refusing(chip_);
+    Random refusals(seed_);
+    refusing.refuse = [&](U64, WatchedChip::Write const&) {  // called one at a time
+        return refusals.below(25) == 0 ? std::optional(WatchedChip::WriteStatus::transientError)
+                                       : std::nullopt;
+    };
+    TestSupport::inThreads(instances_.size(), [&](std::size_t index) {
+        Instance& instance = instances_[index];
+        Random random(seed_ * 100 + index);
+        Torvel::Bitmap::Ptr mine = numbers;
+        instance.manager =
+            std::make_unique<PartitionManager>(refusing, mine, instance.options("window"));
+        for (Update const& next : history(instance.space, Order::random, 40, random)) {
+            giveTo(*instance.manager, next);
+            for (int tries = 0; tries < 1000 && !instance.manager->retry(); ++tries) {
+            }
+            takeInto(instance.table, next);
+            ASSERT_TRUE(instance.manager->settled());
+            ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
+        }
+        instance.manager.reset();
+    });
+    EXPECT_GT(refusing.counts().totalRefused(), 30U);
+    EXPECT_EQ(chip_.bucketsUsed() + chip_.bindingsUsed() + numbers->count(), 0U);
 }
 
 TEST_F(InstancesThreadsTest, restartOneAfterTheOtherWhileTheFirstGrows) {

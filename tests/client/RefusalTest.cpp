@@ -1,11 +1,4 @@
-#include <tests/Support/LeakCheck.h>
-#include <tests/client/Cases.h>
-#include <tests/client/ClientWorld.h>
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <iostream>
+#include <tests/client/UndisturbedRun.h>
 
 /*
  * Each write of a run refused in turn. One world a number n: write n of every update is refused,
@@ -22,32 +15,15 @@ enum class Fault : U8 {
     everySecond  // write n, n + 2 and so on, also in the first retries
 };
 
-class RefusalTest : public TestSupport::LeakChecked<testing::TestWithParam<Case>> {
+class RefusalTest : public UndisturbedRun {
 protected:
-    RefusalTest() {
-        std::cout << "LPMTRIE_CLIENT_SEED=" << seed_ << '\n';
-        Random random(seed_);
-        updates_ = history(space_, Order::random, 16, random);
-        ClientWorld world(space_, policy_, size_);
-        for (Update const& update : updates_) {
-            world.watched.countAnew();
-            world.update(update);
-            mostWrites_ = std::max(mostWrites_, world.watched.writes());
-            states_.push_back(world.state());
-        }
-    }
+    RefusalTest() : UndisturbedRun(16) {}
 
     void run(Fault fault, U64 number);
     static void refuse(WatchedChip& chip, Fault fault, U64 number);
     static void heal(ClientWorld& world, Fault fault);
 
-    std::string const policy_ = std::get<0>(GetParam());
-    Space const space_{std::get<1>(GetParam()), 5};
-    U64 const seed_ = fromEnvironment("LPMTRIE_CLIENT_SEED", 1);
-    ChipSize const size_{40, 3, 40};
-    std::vector<Update> updates_;
-    std::vector<std::string> states_;  // after each update
-    U64 mostWrites_ = 0;
+    U64 const mostWrites_ = mostWrites();
 };
 
 void RefusalTest::refuse(WatchedChip& chip, Fault fault, U64 number) {
@@ -74,8 +50,8 @@ void RefusalTest::heal(ClientWorld& world, Fault fault) {
 
 void RefusalTest::run(Fault fault, U64 number) {
     ClientWorld world(space_, policy_, size_);
-    for (std::size_t i = 0; i < updates_.size(); ++i) {
-        Update const& update = updates_[i];
+    for (std::size_t i = 0; i < steps_.size(); ++i) {
+        Update const& update = steps_[i].update;
         SCOPED_TRACE("update " + std::to_string(i) + ", write " + std::to_string(number));
         refuse(world.watched, fault, number);
         Outcome const outcome = world.update(update);
@@ -99,7 +75,7 @@ void RefusalTest::run(Fault fault, U64 number) {
         }
         ASSERT_FALSE(world.failed());
         ASSERT_NO_FATAL_FAILURE(world.check());
-        ASSERT_EQ(world.state(), states_[i]);
+        ASSERT_EQ(world.state(), steps_[i].state);
     }
 }
 
@@ -125,18 +101,15 @@ TEST_P(RefusalTest, updatesGoOnWhileOthersAreOwed) {
     for (U64 number = 0; number < 12 && !HasFatalFailure(); ++number) {
         SCOPED_TRACE("of 12 writes, the one with number " + std::to_string(number));
         ClientWorld world(space_, policy_, size_);
-        world.watched.refuse = [number](U64 n, WatchedChip::Write const&) {
+        auto const refusal = [number](U64 n, WatchedChip::Write const&) {
             return n % 12 == number ? std::optional(WriteStatus::transientError) : std::nullopt;
         };
+        world.watched.refuse = refusal;
         Table due;
-        for (Update const& update : updates_) {
-            takeInto(due, update);
+        for (Step const& step : steps_) {
+            takeInto(due, step.update);
             world.watch(false);  // an update that was owed may be settled by a later one
-            if (update.nextHop) {
-                world.manager().announce({update.prefix, *update.nextHop});
-            } else {
-                world.manager().withdraw(update.prefix);
-            }
+            giveTo(world.manager(), step.update);
             for (auto const& [prefix, nextHop] : world.manager().owed()) {
                 ASSERT_EQ(nextHop, due.contains(prefix) ? std::optional(due[prefix]) : std::nullopt)
                     << prefix;
@@ -146,12 +119,41 @@ TEST_P(RefusalTest, updatesGoOnWhileOthersAreOwed) {
                 ASSERT_TRUE(world.manager().retry());
                 world.table = due;
                 ASSERT_NO_FATAL_FAILURE(world.check());
-                world.watched.refuse = [number](U64 n, WatchedChip::Write const&) {
-                    return n % 12 == number ? std::optional(WriteStatus::transientError)
-                                            : std::nullopt;
-                };
+                world.watched.refuse = refusal;
             }
         }
+    }
+}
+
+/** All writes of a kind, whatever they are to do, taking back included. */
+TEST_P(RefusalTest, writesRefusedForGoodStayOwedUntilTheChipTakesThem) {
+    for (std::size_t kind = 0; kind < LpmClient::writeKinds && !HasFatalFailure(); ++kind) {
+        SCOPED_TRACE(LpmClient::text(static_cast<LpmClient::WriteKind>(kind)));
+        ClientWorld world(space_, policy_, size_);
+        world.watch(false);
+        Table due;
+        for (std::size_t i = 0; i < 40; ++i) {
+            bool const refuses = i >= 10 && i < 35;
+            world.watched.refuse = [=](U64, WatchedChip::Write const& write) {
+                bool const refused = refuses && static_cast<std::size_t>(write.kind) == kind;
+                return refused ? std::optional(WriteStatus::transientError) : std::nullopt;
+            };
+            takeInto(due, steps_[i].update);
+            giveTo(world.manager(), steps_[i].update);
+            bool const isPlaced = world.manager().retry();
+            ASSERT_EQ(isPlaced, world.manager().settled());
+            ASSERT_TRUE(isPlaced || refuses);
+            Table told = world.heldByTrie();
+            for (auto const& [prefix, nextHop] : world.manager().owed()) {
+                takeInto(told, {prefix, nextHop});
+            }
+            ASSERT_EQ(told, due) << "update " << i;
+            if (isPlaced) {
+                world.table = due;
+                ASSERT_NO_FATAL_FAILURE(world.check());
+            }
+        }
+        ASSERT_GT(world.watched.counts().refused[kind], 0U);
     }
 }
 

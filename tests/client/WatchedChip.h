@@ -57,4 +57,11 @@ private:
     Vexo::U64 writes_ = 0;
 };
 
+/** For `refuse`: all writes from that number on. */
+inline auto refusalFrom(Vexo::U64 number) {
+    return [number](Vexo::U64 n, WatchedChip::Write const&) {
+        return n >= number ? std::optional(WatchedChip::WriteStatus::transientError) : std::nullopt;
+    };
+}
+
 }  // namespace ClientTest
