@@ -74,15 +74,22 @@ function(lpmtrie_test name)
             add_dependencies(thread_tests ${name})
         endif()
     endif()
-    foreach(number RANGE 1 ${arg_SHARDS})
+    lpmtrie_test_shards(${name} ${name} ${arg_SHARDS} "${filter}")
+endfunction()
+
+# lpmtrie_test_shards(<program> <entry> <count> <filter> [<variable>=<value>...])
+#
+# Enters a test program's cases with CTest as <entry>.<number>of<count>.
+function(lpmtrie_test_shards program entry count filter)
+    foreach(number RANGE 1 ${count})
         math(EXPR index "${number} - 1")
-        set(entry ${name}.${number}of${arg_SHARDS})
-        add_test(NAME ${entry} COMMAND ${name} --gtest_brief=1 "--gtest_filter=${filter}")
-        set_tests_properties(${entry} PROPERTIES
-            ENVIRONMENT "GTEST_TOTAL_SHARDS=${arg_SHARDS};GTEST_SHARD_INDEX=${index}")
+        set(shard ${entry}.${number}of${count})
+        add_test(NAME ${shard} COMMAND ${program} --gtest_brief=1 "--gtest_filter=${filter}")
+        set_tests_properties(${shard} PROPERTIES
+            ENVIRONMENT "GTEST_TOTAL_SHARDS=${count};GTEST_SHARD_INDEX=${index};${ARGN}")
         if(index EQUAL 0)
             # Cases are dealt out in turn: where the first shard gets none, there are none.
-            set_tests_properties(${entry} PROPERTIES FAIL_REGULAR_EXPRESSION "\\] 0 tests from")
+            set_tests_properties(${shard} PROPERTIES FAIL_REGULAR_EXPRESSION "\\] 0 tests from")
         endif()
     endforeach()
 endfunction()
