@@ -1,11 +1,12 @@
 #include <tools/RouteGenerator.h>
+#include <benchmarks/Clock.h>
 #include <benchmarks/Inputs.h>
 #include <benchmarks/PartitionCases.h>
 #include <benchmarks/PartitionWork.h>
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
+#include <algorithm>
 #include <map>
 
 namespace LpmBenchmarks {
@@ -14,34 +15,35 @@ namespace {
 
 using Nimbal::AddressFamily;
 
-// By the clock of the wall: asking for the processor's time takes longer than a small split.
-using Clock = std::chrono::steady_clock;
-using Seconds = std::chrono::duration<double>;
+/** What asking for the time takes; a small split does not take much longer. */
+double clockTime() {
+    constexpr int times = 1000;
+    static double const each = timeEach(times, [] {
+        for (int i = 0; i < times; ++i) {
+            benchmark::DoNotOptimize(processorTime());
+        }
+    });
+    return each;
+}
 
 /** Times `action`, and lets `undo` put back what it has changed, untimed. */
 template <class Action, class Undo>
 void repeat(benchmark::State& state, Action const& action, Undo const& undo) {
     for (auto _ : state) {
-        auto const begin = Clock::now();
-        action();
-        state.SetIterationTime(Seconds(Clock::now() - begin).count());
+        double const time = timeEach(1, action) - clockTime();
+        state.SetIterationTime(std::max(time, 1.0) * 1e-9);
         undo();
     }
 }
 
 template <class Search>
 void repeatSearch(benchmark::State& state, Search const& search) {
-    constexpr U32 times = 64;
     for (auto _ : state) {
-        auto const begin = Clock::now();
-        for (U32 i = 0; i < times; ++i) {
-            benchmark::DoNotOptimize(search());
-        }
-        state.SetIterationTime(Seconds(Clock::now() - begin).count() / times);
+        benchmark::DoNotOptimize(search());
     }
 }
 
-using Case = void (*)(benchmark::State& state, PartitionWork& work);
+using Run = void (*)(benchmark::State& state, PartitionWork& work);
 
 void split(benchmark::State& state, PartitionWork& work) {
     auto* const node = work.findSplit();
@@ -77,12 +79,17 @@ void findParent(benchmark::State& state, PartitionWork& work) {
     work.merge();
 }
 
-constexpr std::array<std::pair<char const*, Case>, 5> cases{
-    {{"search for a split", findSplit},
-     {"split", split},
-     {"search for a nested partition to merge", findRedistribution},
-     {"search for a node above to merge into", findParent},
-     {"merge", merge}}};
+struct Case {
+    char const* name;
+    Run run;
+    bool timesItself;  // for what has to be undone, untimed, before it can be done again
+};
+constexpr std::array<Case, 5> cases{
+    {{"search for a split", findSplit, false},
+     {"split", split, true},
+     {"search for a nested partition to merge", findRedistribution, false},
+     {"search for a node above to merge into", findParent, false},
+     {"merge", merge, true}}};
 
 /** Keeps the medians, and prints nothing. */
 class Medians : public benchmark::BenchmarkReporter {
@@ -93,7 +100,8 @@ public:
             if (run.aggregate_name == "median") {
                 auto const moved = run.counters.find("moved");
                 of_[run.run_name.function_name] = {
-                    run.GetAdjustedRealTime(),
+                    run.run_name.time_type.empty() ? run.GetAdjustedCPUTime()
+                                                   : run.GetAdjustedRealTime(),
                     moved == run.counters.end() ? 0 : static_cast<U32>(moved->second.value)};
             }
         }
@@ -114,14 +122,17 @@ std::string keyOf(char const* work, AddressFamily af, U32 routes) {
            std::to_string(routes);
 }
 
-void enter(std::string const& key, Case run, AddressFamily af, U32 routes, U32 repetitions) {
-    benchmark::RegisterBenchmark(key.c_str(),
-                                 [run, af, routes](benchmark::State& state) {
-                                     PartitionWork work(LpmTools::generateTable(af, routes, 1));
-                                     run(state, work);
-                                 })
-        ->UseManualTime()
-        ->Unit(benchmark::kNanosecond)
+void enter(Case const& work, AddressFamily af, U32 routes, U32 repetitions) {
+    auto* const entry = benchmark::RegisterBenchmark(
+        keyOf(work.name, af, routes).c_str(),
+        [run = work.run, af, routes](benchmark::State& state) {
+            PartitionWork partition(LpmTools::generateTable(af, routes, 1));
+            run(state, partition);
+        });
+    if (work.timesItself) {
+        entry->UseManualTime();
+    }
+    entry->Unit(benchmark::kNanosecond)
         ->MinTime(0.02)
         ->Repetitions(static_cast<int>(std::max(repetitions, U32{2})))
         ->ReportAggregatesOnly(true);
@@ -131,21 +142,21 @@ void enter(std::string const& key, Case run, AddressFamily af, U32 routes, U32 r
 
 std::vector<PartitionCase> measurePartitions(std::vector<U32> const& sizes, U32 repetitions) {
     constexpr std::array families{AddressFamily::ipv4, AddressFamily::ipv6};
-    for (auto const& [name, run] : cases) {
+    for (Case const& work : cases) {
         for (AddressFamily const af : families) {
             for (U32 const size : sizes) {
-                enter(keyOf(name, af, size), run, af, size, repetitions);
+                enter(work, af, size, repetitions);
             }
         }
     }
     Medians medians;
     benchmark::RunSpecifiedBenchmarks(&medians);
     std::vector<PartitionCase> all;
-    for (auto const& [name, run] : cases) {
+    for (Case const& work : cases) {
         for (AddressFamily const af : families) {
             for (U32 const size : sizes) {
-                auto const median = medians.of(keyOf(name, af, size));
-                all.push_back({name, af, size, median.moved, median.nanoseconds});
+                auto const median = medians.of(keyOf(work.name, af, size));
+                all.push_back({work.name, af, size, median.moved, median.nanoseconds});
             }
         }
     }
