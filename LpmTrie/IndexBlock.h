@@ -2,12 +2,16 @@
 
 #include <LpmTrie/LpmTrieNode.h>
 
+#include <cstdint>
+
 namespace LpmTrie {
 
 /** Fetches a node's links and counters into the cache; null and broken pointers do no harm. */
 inline void prefetchNode(Node const* node) noexcept {
+    // As a number: of a null pointer, another one must not even be worked out.
+    auto const middle = reinterpret_cast<std::uintptr_t>(node) + sizeof(Node) / 2;
     __builtin_prefetch(node, 1);
-    __builtin_prefetch(reinterpret_cast<char const*>(node) + sizeof(Node) / 2, 1);
+    __builtin_prefetch(reinterpret_cast<void const*>(middle), 1);
 }
 
 /**
