@@ -20,3 +20,8 @@ if(LPMTRIE_COVERAGE)
         --coverage $<$<CXX_COMPILER_ID:GNU>:-fprofile-update=atomic>)
     target_link_options(lpmtrie_instrumentation INTERFACE --coverage)
 endif()
+
+if(LPMTRIE_FUZZ)
+    # Edges are counted everywhere; libFuzzer's main() comes with the targets alone.
+    target_compile_options(lpmtrie_instrumentation INTERFACE -fsanitize=fuzzer-no-link)
+endif()
