@@ -70,6 +70,9 @@ std::string growthText(Results const& results, std::string const& directory) {
         "inserted, then come a\nmillion look-ups and a million removals at most. Above a million "
         "routes only the library without\npartitions and `rte_rib` are measured, once.\n";
     for (GrowthResult const& growth : results.growth) {
+        if (!growth.failures.empty()) {
+            text += "\nNot measured: " + growth.failures;
+        }
         if (growth.points.empty()) {
             continue;
         }

@@ -43,6 +43,7 @@ struct GrowthResult {
         std::vector<PeerFigures> peers;
     };
     std::vector<Point> points;
+    std::string failures;  // sizes that could not be measured, and why
 };
 
 struct Results {

@@ -134,21 +134,29 @@ private:
     }
 
     void measureGrowth(AddressFamily af) {
-        GrowthResult& growth = results_.growth.emplace_back(GrowthResult{af, {}});
+        GrowthResult& growth = results_.growth.emplace_back(GrowthResult{af, {}, {}});
         for (U32 const size : options_.growth) {
             tell("growth: " + std::to_string(size) + ' ' + nameOf(af) + " routes");
-            Input input =
-                inputOf(af, LpmTools::generateTable(af, size, options_.seed), options_.seed);
-            input.queries.resize(std::min(input.queries.size(), growthSteps));
-            input.leaving.resize(std::min(input.leaving.size(), growthSteps));
-            bool const large = size > growthSteps;
-            auto const peers = peersNamed(large && options_.peers.empty()
-                                              ? std::vector<std::string>{"LpmTrie", "rte_rib"}
-                                              : options_.peers);
-            U32 const repetitions = large ? 1 : std::min(options_.repetitions, U32{3});
-            growth.points.push_back(
-                {size, measure(input, peers, {repetitions, true}, Pages::huge)});
+            // The last and largest: what has been measured before is not lost for it.
+            try {
+                growth.points.push_back(growthPoint(af, size));
+            } catch (std::exception const& error) {
+                tell(error.what());
+                growth.failures += std::to_string(size) + " routes: " + error.what() + "\n";
+            }
         }
+    }
+
+    GrowthResult::Point growthPoint(AddressFamily af, U32 size) const {
+        Input input = inputOf(af, LpmTools::generateTable(af, size, options_.seed), options_.seed);
+        input.queries.resize(std::min(input.queries.size(), growthSteps));
+        input.leaving.resize(std::min(input.leaving.size(), growthSteps));
+        bool const large = size > growthSteps;
+        auto const peers = peersNamed(large && options_.peers.empty()
+                                          ? std::vector<std::string>{"LpmTrie", "rte_rib"}
+                                          : options_.peers);
+        U32 const repetitions = large ? 1 : std::min(options_.repetitions, U32{3});
+        return {size, measure(input, peers, {repetitions, true}, Pages::huge)};
     }
 
     static constexpr U64 bytesEach = 244;  // of the library's objects, a route
