@@ -14,6 +14,14 @@
 #include <new>
 #include <thread>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define VEXO_NO_SLABS 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VEXO_NO_SLABS 1
+#endif
+#endif
+
 namespace Vexo {
 
 namespace {
@@ -53,7 +61,12 @@ std::byte* mappedHugePage() {
 
 }  // namespace
 
-constinit SlabStorage::Pool SlabStorage::pools_[largest / grain + 1];
+#ifdef VEXO_NO_SLABS
+constinit std::size_t const SlabStorage::largest_ = 0;
+#else
+constinit std::size_t const SlabStorage::largest_ = largestSlot;
+#endif
+constinit SlabStorage::Pool SlabStorage::pools_[largestSlot / grain + 1];
 
 /** The first slot of a piece, or the next one of the piece in hand. */
 void* SlabStorage::Pool::cutSlot(std::size_t bytes) {

@@ -1,18 +1,11 @@
 #pragma once
 
+#include <Vexo/Prefetch.h>
 #include <Vexo/SingleThread.h>
 #include <Vexo/Types.h>
 
 #include <atomic>
 #include <cstddef>
-
-#if defined(__SANITIZE_ADDRESS__)
-#define VEXO_NO_SLABS 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define VEXO_NO_SLABS 1
-#endif
-#endif
 
 namespace Vexo {
 
@@ -25,17 +18,14 @@ namespace Vexo {
  * A released slot stays readable, and as it was but for its last word, until it is used again: what
  * an object's destructor leaves behind can still be seen by a stale pointer's holder.
  *
- * Objects larger than `largest`, and all of them under the address sanitizer, which wants to watch
- * each, come from the global operators instead.
+ * Objects larger than `largest()` come from the global operators instead. These are all objects
+ * when this library has been built with the address sanitizer, which wants to watch each; how a
+ * client has been built does not matter, so that both agree on where an object came from.
  */
 class LPMTRIE_API SlabStorage {
 public:
-    /** In bytes. */
-#ifdef VEXO_NO_SLABS
-    static constexpr std::size_t largest = 0;
-#else
-    static constexpr std::size_t largest = 2560;
-#endif
+    /** Bytes of the largest objects that get slots. */
+    static std::size_t largest() noexcept { return largest_; }
 
     /** Is called before each allocation, if set; what it throws is what the allocation throws. */
     using Watcher = void (*)();
@@ -49,7 +39,7 @@ public:
      * std::bad_alloc.
      */
     static void* allocate(std::size_t bytes) {
-        if (bytes > largest || bytes == 0) [[unlikely]] {
+        if (bytes > largest_ || bytes == 0) [[unlikely]] {
             return allocateElsewhere(bytes);
         }
         if (Watcher const watcher = watcher_.load(std::memory_order_relaxed)) [[unlikely]] {
@@ -63,13 +53,13 @@ public:
         }
         pool.free = link(slot, bytes);
         // The next slot may have been released long ago.
-        __builtin_prefetch(pool.free, 1);
-        __builtin_prefetch(static_cast<std::byte const*>(pool.free) + bytes - 1, 1);
+        prefetch(pool.free);
+        prefetch(pool.free, bytes - 1);
         return slot;
     }
     /** `bytes` is what was asked for. */
     static void release(void* slot, std::size_t bytes) noexcept {
-        if (bytes > largest || bytes == 0) [[unlikely]] {
+        if (bytes > largest_ || bytes == 0) [[unlikely]] {
             releaseElsewhere(slot);
             return;
         }
@@ -81,6 +71,7 @@ public:
 
 private:
     static constexpr std::size_t grain = sizeof(void*);
+    static constexpr std::size_t largestSlot = 2560;
 
     /** The slots of one size. */
     struct Pool {
@@ -118,18 +109,15 @@ private:
     static void releaseElsewhere(void* storage) noexcept;
     static std::byte* piece(std::size_t bytes);
 
-    static std::size_t poolOf(std::size_t bytes) noexcept {
-        return (bytes + grain - 1) / grain;
-    }
-    static std::size_t slotBytes(std::size_t bytes) noexcept {
-        return poolOf(bytes) * grain;
-    }
+    static std::size_t poolOf(std::size_t bytes) noexcept { return (bytes + grain - 1) / grain; }
+    static std::size_t slotBytes(std::size_t bytes) noexcept { return poolOf(bytes) * grain; }
     static void*& link(void* slot, std::size_t bytes) noexcept {
         return static_cast<void**>(slot)[poolOf(bytes) - 1];
     }
 
     static constinit inline std::atomic<Watcher> watcher_{nullptr};
-    static Pool pools_[largest / grain + 1];
+    static std::size_t const largest_;
+    static Pool pools_[largestSlot / grain + 1];
 };
 
 }  // namespace Vexo
