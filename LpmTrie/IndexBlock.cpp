@@ -1,8 +1,10 @@
-#include <LpmTrie/IndexBlock.h>
+#include <LpmTrie/IndexPath.h>
 #include <LpmTrie/Module.h>
 #include <Vexo/SlabStorage.h>
 
 namespace LpmTrie {
+
+using Detail::has;
 
 namespace {
 
@@ -88,17 +90,31 @@ void IndexBlock::closeGap(U32 at, U32 gap, U32 before, Bits after) {
     bits_ = after;
 }
 
-void IndexBlock::nodeIs(U32 place, Node* node) {
-    Bits const after{bits_.places | U64{1} << place, bits_.blocks};
-    if (empty()) {
-        bits_ = after;
-        word_ = reinterpret_cast<U64>(node);
-        return;
-    }
+void IndexBlock::nodesIs(U64 added, std::array<Node*, 64> const& nodes) {
+    U64 const together = places() | added;
     U32 const first = firstNode();
-    U32 const at = first + countBelow(places(), place);
-    openGap(at, 1, first + count(places()), after);
-    storage()[at] = reinterpret_cast<U64>(node);
+    U32 const before = wordCount();
+    U32 const after = first + count(together);
+    bool const wasInside = inside();
+    U64* const old = wasInside ? &word_ : storage();
+    bool const moves = after > 1 && (wasInside || pieceWords(before) != pieceWords(after));
+    U64* const piece = moves ? allocatedWords(pieceBytes(after)) : old;
+    // From the end: what stays in its piece moves to higher addresses.
+    U32 from = before;
+    U32 to = after;
+    for (U64 left = together; from != to; --to) {
+        U32 const place = highest(left);
+        left &= ~(U64{1} << place);
+        piece[to - 1] = has(added, place) ? reinterpret_cast<U64>(nodes[place]) : old[--from];
+    }
+    if (moves) {
+        copyForwards(piece, old, from);
+        if (!wasInside) {
+            releaseWords(old, pieceBytes(before));
+        }
+        word_ = reinterpret_cast<U64>(piece);
+    }
+    bits_.places |= added;
 }
 
 void IndexBlock::nodeDel(U32 place) {

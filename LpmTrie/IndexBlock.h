@@ -1,17 +1,16 @@
 #pragma once
 
 #include <LpmTrie/LpmTrieNode.h>
+#include <Vexo/Prefetch.h>
 
-#include <cstdint>
+#include <span>
 
 namespace LpmTrie {
 
 /** Fetches a node's links and counters into the cache; null and broken pointers do no harm. */
 inline void prefetchNode(Node const* node) noexcept {
-    // As a number: of a null pointer, another one must not even be worked out.
-    auto const middle = reinterpret_cast<std::uintptr_t>(node) + sizeof(Node) / 2;
-    __builtin_prefetch(node, 1);
-    __builtin_prefetch(reinterpret_cast<void const*>(middle), 1);
+    Vexo::prefetch(node);
+    Vexo::prefetch(node, sizeof(Node) / 2);
 }
 
 /**
@@ -53,38 +52,36 @@ public:
     Node* node(U32 place) const noexcept {
         return reinterpret_cast<Node*>(words()[firstNode() + countBelow(places(), place)]);
     }
-    /** Fetches all nodes into the cache, side by side. */
-    void fetchNodes() const noexcept {
-        U64 const* const words = this->words() + firstNode();
-        for (U32 i = count(places()); i-- > 0;) {
-            prefetchNode(reinterpret_cast<Node const*>(words[i]));
-        }
-    }
     /** Fetches what a look at the nodes has to read. */
     void fetchWords() const noexcept {
         if (!inside()) {
             __builtin_prefetch(storage());
         }
     }
-    /**
-     * Fetches the nodes of `nodes` blocks of the next stride, from the block number `first` on, and
-     * the words of the one that comes `words` after them.
-     */
-    void fetchBelow(U32 first, U32 nodes, U32 words) const noexcept {
-        U32 const there = count(blocks());
-        if (there <= first) {
-            return;
-        }
-        auto const* const below = reinterpret_cast<IndexBlock const*>(storage() + firstBlock());
-        for (U32 i = first; i < std::min(first + nodes, there); ++i) {
-            below[i].fetchNodes();
-        }
-        if (first + nodes + words < there) {
-            below[first + nodes + words].fetchWords();
+    /** Fetches those of the nodes that are at `places` into the cache, side by side. */
+    void fetchNodes(U64 places) const noexcept {
+        for (places &= this->places(); places != 0; places &= places - 1) {
+            prefetchNode(node(static_cast<U32>(std::countr_zero(places))));
         }
     }
-    /** How many blocks of the next stride come before that for `slice`. */
-    U32 blockNumber(U32 slice) const noexcept { return countBelow(blocks(), slice); }
+    /** Fetches what is read on the way to one slice. */
+    void fetchWords(U32 slice) const noexcept {
+        if (inside()) {
+            return;
+        }
+        __builtin_prefetch(storage());  // the marks, and the words of a small block
+        if (U64 const covering = covering_[slice] & places(); covering != 0) {
+            __builtin_prefetch(storage() + firstNode() + countBelow(places(), highest(covering)));
+        }
+        if ((blocks() >> slice & 1) != 0) {
+            __builtin_prefetch(block(slice));
+        }
+    }
+    /** The next stride's blocks, in order. */
+    std::span<IndexBlock const> below() const noexcept {
+        auto const* const first = reinterpret_cast<IndexBlock const*>(storage() + firstBlock());
+        return {first, blocks() == 0 ? 0 : count(blocks())};
+    }
     /** The next stride's block that is there. */
     IndexBlock* block(U32 slice) const noexcept {
         // Blocks never fit into the block itself.
@@ -94,7 +91,8 @@ public:
 
     // Changes. Those that may need storage throw std::bad_alloc, and change nothing then.
 
-    void nodeIs(U32 place, Node* node);
+    /** Enters nodes at `added` places that are free; each stands in `nodes` under its place. */
+    void nodesIs(U64 added, std::array<Node*, 64> const& nodes);
     void nodeDel(U32 place);
     void markIs(U32 place, bool marked);
     /** Makes an empty block that is not there yet. */

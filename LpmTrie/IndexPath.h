@@ -20,7 +20,8 @@ constexpr U32 sliceOf(U64 head, U32 depth) noexcept {
 
 /** Where a node has its place in its block. */
 constexpr U32 placeOf(U64 head, U32 len) noexcept {
-    return (64 + sliceOf(head, depthOf(len))) >> (stride - (len + 2) % stride);
+    U32 const depth = depthOf(len);
+    return (64 + sliceOf(head, depth)) >> (stride - (len + 2 - stride * depth));
 }
 
 constexpr bool has(U64 bits, U32 bit) noexcept {

@@ -57,17 +57,30 @@ void Trie::freeNode(Node* node) noexcept {
     deallocateNode(node);
 }
 
-/** The index, when there is one that may lead a search. */
-TrieIndex const* Trie::usableIndex() const noexcept {
+/** The index, when there is one that may lead a search; nodes may still wait for it. */
+TrieIndex* Trie::unsettledIndex() const noexcept {
     bool const usable = index_ != nullptr && index_->ready() && !plainSearch_ &&
                         !Detail::trace.levelOn(7) && !Detail::trace.levelOn(8);
     return usable ? index_.get() : nullptr;
 }
 
+/** The same when it knows all nodes. */
+TrieIndex const* Trie::usableIndex() const noexcept {
+    TrieIndex* const index = unsettledIndex();
+    if (index == nullptr) {
+        return nullptr;
+    }
+    index->settle();
+    return index->ready() ? index : nullptr;
+}
+
 /** Makes an index when the trie has become large enough for one. */
 void Trie::keepIndex() {
+    if (index_ != nullptr) [[likely]] {
+        return;
+    }
     U32 const routes = root_->routeCount();
-    if (index_ == nullptr && routes >= TrieIndex::threshold.load(std::memory_order_relaxed) &&
+    if (routes >= TrieIndex::threshold.load(std::memory_order_relaxed) &&
         routes / 2 >= indexTriedAt_) [[unlikely]] {
         index_ = TrieIndex::of(root_, af_);
         indexTriedAt_ = routes;

@@ -5,6 +5,7 @@
 #include <LpmTrie/ReturnCodes.h>
 
 #include <memory>
+#include <span>
 
 namespace LpmTrie {
 
@@ -28,7 +29,10 @@ class TrieIndex;
  * searches) takes time in proportion to the depth, at most the address's bits; what labels or walks
  * over a partition, to its nodes; `verify`, to all nodes times the depth.
  *
- * Not locked: one thread at a time works on one trie, look-ups included.
+ * Not locked: one thread at a time works on one trie, also when it only searches, because a search
+ * keeps its way for the next one. Setting a root, by hand or by the first insertion, and the end of
+ * the trie write into the nodes that its index knows: they must not have been freed otherwise than
+ * by their destructors.
  */
 class LPMTRIE_API Trie : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Trie> {
 public:
@@ -133,6 +137,12 @@ public:
 
     // Lookup and traversal.
 
+    /**
+     * Puts what `findPartitionNode` answers for each of `prefixes` into `results`, of which there
+     * are as many. In a large trie this is faster than one after the other.
+     */
+    void findPartitionNodes(std::span<Nimbal::IpGenPrefix const> prefixes,
+                            bool includePendingRmPartition, std::span<TrieReturnCode> results);
     /**
      * A result for `node`, with `partitionNode` and the FIB route that covers it when that is not
      * null.
@@ -241,13 +251,18 @@ private:
     void freeNode(Node* node) noexcept;
     void hangUnder(Node* parent, U32 bit, Node* node);
 
+    TrieIndex* unsettledIndex() const noexcept;
     TrieIndex const* usableIndex() const noexcept;
     void keepIndex();
     void giveIndexUp() noexcept;
     void indexAdd(Node* node) noexcept;
     void indexDel(Node* node) noexcept;
 
+    static bool aliveUpwards(Node const* node) noexcept;
+    Node* skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPartition,
+                   Node*& candidate) const;
     Node* place(Insertion& insertion, HookErrors& errors);
+    Node* lastCovering(Nimbal::IpGenPrefix const& newPrefix) const;
     Node* skipDown(Insertion& insertion, Node* start, DescentCount& count) const;
     Node* placeRoot(Insertion const& insertion, HookErrors& errors);
     Node* placeChild(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);
@@ -281,8 +296,9 @@ private:
 
     void verifyShape(Node* current);
     void verifyCounters(Node* current);
-    void verifyIndex(Node* current);
-    void verifyIndexSize(U64 nodes);
+    struct IndexCensus;
+    void verifyIndex(Node* current, IndexCensus& census);
+    void verifyIndexSize(IndexCensus const& census);
 
     U32 const vrfId_;
     U32 dumpLimit_ = 200000;

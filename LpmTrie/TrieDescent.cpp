@@ -12,14 +12,18 @@ namespace LpmTrie {
 
 bool Trie::DescentCount::countUpwards(Node* lowest, bool ownPartition) noexcept {
     ownPartition_ = ownPartition;
-    bool inPartition = !ownPartition;
     bool startMet = false;
     Node* node = lowest;
+    for (bool inPartition = !ownPartition;
+         inPartition && node != nullptr && node->eyeCatcherIntact(); node = node->parent_) {
+        ++node->routeCount_;
+        ++node->partitionRouteCount_;
+        inPartition = !node->partitionNode_;
+        startMet |= node == start_;
+    }
     for (; node != nullptr && node->eyeCatcherIntact(); node = node->parent_) {
         ++node->routeCount_;
-        node->partitionRouteCount_ += inPartition ? 1 : 0;
-        inPartition = inPartition && !node->partitionNode_;
-        startMet = startMet || node == start_;
+        startMet |= node == start_;
     }
     if (node != nullptr || !startMet) {
         takeBack(lowest, node);
@@ -40,38 +44,47 @@ void Trie::DescentCount::takeBack(Node* lowest, Node const* end) const noexcept 
     }
 }
 
-/**
- * The last covering node on the way from `start`, found by the index, with the new route counted
- * above it. Null, and nothing counted, for all but plain routes and when anything is not as it
- * should be: then the way is to be gone step by step.
- */
-Node* Trie::skipDown(Insertion& insertion, Node* start, DescentCount& count) const {
-    TrieIndex const* const index = usableIndex();
-    Node const* const from = insertion.fromPartitionNode;
-    if (index == nullptr || insertion.partitionNode ||
-        (from != nullptr && (from->hwTable() != insertion.hwTable ||
-                             !(from->partitionId() == insertion.partitionId)))) {
-        return nullptr;
+/** The last node that covers the prefix, or null when the index cannot tell it. */
+Node* Trie::lastCovering(Nimbal::IpGenPrefix const& newPrefix) const {
+    if (TrieIndex const* const unsettled = unsettledIndex()) {
+        if (Node* const near = unsettled->nearLast(newPrefix)) {
+            return near;
+        }
     }
-    Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
-    Node* const reached = index->find(newPrefix).node;
-    if (reached == nullptr || reached == start) {
+    TrieIndex const* const index = usableIndex();
+    Node* const reached = index != nullptr ? index->find(newPrefix).node : nullptr;
+    if (reached == nullptr) {
         return nullptr;
     }
     index->fetchCovering();
     if (!reached->covers(newPrefix)) {
         return nullptr;
     }
-    bool const again = reached->len() == newPrefix.len();
-    if (again && reached->fibRoute()) {
+    if (reached->len() == newPrefix.len()) {
+        return reached->fibRoute() ? nullptr : reached;
+    }
+    Node const* const child = reached->bitNode(newPrefix.bit(reached->len()));
+    bool const last = child == nullptr || (child->eyeCatcherIntact() && !child->covers(newPrefix));
+    return last ? reached : nullptr;
+}
+
+/**
+ * The last covering node on the way from `start`, found by the index, with the new route counted
+ * above it. Null, and nothing counted, for all but plain routes and when anything is not as it
+ * should be: then the way is to be gone step by step.
+ */
+Node* Trie::skipDown(Insertion& insertion, Node* start, DescentCount& count) const {
+    Node const* const from = insertion.fromPartitionNode;
+    if (index_ == nullptr || insertion.partitionNode ||
+        (from != nullptr && (from->hwTable() != insertion.hwTable ||
+                             !(from->partitionId() == insertion.partitionId)))) {
         return nullptr;
     }
-    if (!again) {
-        Node const* const child = reached->bitNode(newPrefix.bit(reached->len()));
-        if (child != nullptr && (!child->eyeCatcherIntact() || child->covers(newPrefix))) {
-            return nullptr;
-        }
+    Node* const reached = lastCovering(insertion.newPrefix);
+    if (reached == nullptr || reached == start) {
+        return nullptr;
     }
+    bool const again = reached->len() == insertion.newPrefix.len();
     insertion.counted = again ? count.countUpwards(reached->parent(), reached->partitionNode())
                               : count.countUpwards(reached, false);
     return insertion.counted ? reached : nullptr;

@@ -45,10 +45,13 @@ private:
  */
 class Trie::HookErrors {
 public:
-    /** To be called while an exception is being handled. */
-    void keepCurrent() noexcept {
-        if (!first_) {
-            first_ = std::current_exception();
+    /** Calls a hook and keeps what it throws, if that is the first. */
+    template <class Call>
+    void keep(Call const& call) noexcept {
+        try {
+            call();
+        } catch (...) {
+            first_ = first_ ? first_ : std::current_exception();
         }
     }
     void rethrow() const {

@@ -9,15 +9,16 @@
 #include <LpmTrie/IndexPath.h>
 #include <LpmTrie/TrieIndex.h>
 
+#include <utility>
+
 namespace LpmTrie {
 
 using namespace Detail;
 
 namespace {
 
-// Blocks beside each other, in a walk.
-constexpr U32 nodesAhead = 4;
-constexpr U32 wordsAhead = 4;
+// The nodes of the blocks above are in the cache in any case.
+constexpr U32 firstFetched = 2;
 
 }  // namespace
 
@@ -67,75 +68,62 @@ TrieIndex::Found TrieIndex::find(Nimbal::IpGenPrefix const& prefix) const noexce
 }
 
 void TrieIndex::fetchCovering() const noexcept {
-    // The nodes of the first blocks are in the cache in any case.
-    for (U32 depth = std::max(path_.fetched + 1, 2U); depth <= path_.depth; ++depth) {
-        IndexBlock const& block = *path_.blocks[depth];
-        U64 covering = IndexBlock::covering(sliceOf(path_.head, depth)) & block.places();
-        for (; covering != 0; covering &= covering - 1) {
-            prefetchNode(block.node(static_cast<U32>(std::countr_zero(covering))));
-        }
+    for (U32 depth = std::max(path_.fetched + 1, firstFetched); depth <= path_.depth; ++depth) {
+        path_.blocks[depth]->fetchNodes(IndexBlock::covering(sliceOf(path_.head, depth)));
     }
     path_.fetched = path_.depth;
 }
 
-void TrieIndex::fetchAhead(Node const* node, Node const* next) const noexcept {
-    // `next` has not been checked yet: whoever goes on from it names it if it is broken.
-    if (next->index_ != number_ || !next->eyeCatcherIntact() || next->headLen_ > longest) {
-        return;
+void TrieIndex::fetchFor(std::span<Nimbal::IpGenPrefix const> prefixes) const noexcept {
+    struct Way {
+        U64 head;
+        U32 depth;
+        IndexBlock const* block;
+    };
+    std::array<Way, mostTogether> ways{};
+    std::size_t left = 0;
+    for (Nimbal::IpGenPrefix const& prefix :
+         prefixes.first(std::min(prefixes.size(), ways.size()))) {
+        ways[left++] = {prefix.head(), depthOf(std::min(prefix.len(), longest)), &top_};
     }
-    U32 const depth = depthOf(next->headLen_);
-    if (depth <= depthOf(node->headLen_)) {
-        return;
-    }
-    // The walk enters a block. One of a few nodes is left sooner than memory answers, so that nodes
-    // are fetched some blocks ahead, and what names them still further.
-    IndexBlock const& block = *descend(next->head_, depth);
-    block.fetchBelow(0, nodesAhead, wordsAhead);
-    IndexBlock const& above = *path_.blocks[depth - 1];
-    U32 const number = above.blockNumber(sliceOf(next->head_, depth - 1));
-    above.fetchBelow(number + nodesAhead, 1, wordsAhead);
-}
-
-void TrieIndex::add(Node* node) noexcept {
-    try {
-        if (ready_) {
-            insert(node);
+    // All ways go down one block at a time: what one step fetches, the next one reads.
+    for (U32 depth = 0; left != 0; ++depth) {
+        std::size_t const count = std::exchange(left, 0);
+        for (Way const& way : std::span(ways).first(count)) {
+            U32 const slice = sliceOf(way.head, depth);
+            if (depth >= firstFetched) {
+                way.block->fetchNodes(IndexBlock::covering(slice));
+            }
+            if (depth < way.depth && has(way.block->blocks(), slice)) {
+                ways[left++] = {way.head, way.depth, way.block->block(slice)};
+            }
         }
-    } catch (std::bad_alloc const&) {
-        giveUp();
+        for (Way const& way : std::span(ways).first(left)) {
+            way.block->fetchWords(sliceOf(way.head, depth + 1));
+        }
     }
 }
 
-void TrieIndex::insert(Node* node) {
-    if (node->headLen_ > longest) {
-        return;
+void TrieIndex::fetchAhead(Node const* next) const noexcept {
+    if (!walk_.stepsTo(next)) {
+        // It has not been checked yet: whoever goes on from it names it if it is broken.
+        if (next->index_ != number_ || !next->eyeCatcherIntact() || next->headLen_ > longest) {
+            return;
+        }
+        descend(next->head_, depthOf(next->headLen_));
+        walk_.startAfter(path_.head, path_.blocks, path_.depth,
+                         placeOf(next->head_, next->headLen_));
     }
-    U32 const depth = depthOf(node->headLen_);
-    IndexBlock* block = descend(node->head_, depth);
-    while (path_.depth < depth) {
-        block = block->blockIs(sliceOf(node->head_, path_.depth));
-        path_.blocks[++path_.depth] = block;
-    }
-    U32 const place = placeOf(node->head_, node->headLen_);
-    block->nodeIs(place, node);
-    node->index_ = number_;
-    ++nodeCount_;
-    if (node->partitionCandidate()) {
-        block->markIs(place, true);
-        ++markCount_;
-    }
-}
-
-void TrieIndex::linkedBy(TrieIndex const* own, Node* node) noexcept {
-    U16 const number = own != nullptr ? own->number_ : U16{0};
-    if (node != nullptr && node->index_ != 0 && node->index_ != number) [[unlikely]] {
-        node->indexLinkChanged();
-    }
+    walk_.run();
 }
 
 void TrieIndex::del(Node* node) noexcept {
     if (node->index_ != number_) {
         node->indexLinkChanged();  // another trie's: that one's index cannot follow this
+        return;
+    }
+    settle();
+    if (!ready_) {
         return;
     }
     try {
@@ -146,6 +134,8 @@ void TrieIndex::del(Node* node) noexcept {
 }
 
 void TrieIndex::erase(Node* node) {
+    walk_.stop();
+    last_ = nullptr;
     IndexBlock* block = descend(node->head_, depthOf(node->headLen_));
     U32 const place = placeOf(node->head_, node->headLen_);
     markCount_ -= has(block->marks(), place) ? 1U : 0U;
@@ -159,12 +149,17 @@ void TrieIndex::erase(Node* node) {
 }
 
 void TrieIndex::roleChanged(Node* node) noexcept {
+    settle();
+    if (!ready_) {
+        return;
+    }
     IndexBlock* const block = descend(node->head_, depthOf(node->headLen_));
     U32 const place = placeOf(node->head_, node->headLen_);
     bool const marked = node->partitionCandidate();
     if (marked == has(block->marks(), place)) {
         return;
     }
+    walk_.stop();
     try {
         block->markIs(place, marked);
         markCount_ += marked ? 1 : ~U64{0};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <LpmTrie/IndexBlock.h>
+#include <LpmTrie/IndexWalk.h>
 
 #include <atomic>
 #include <memory>
@@ -17,7 +17,10 @@ namespace LpmTrie {
  * When links are set by hand, or memory ends, it gives up: it forgets everything, for good, and
  * what was led by it goes from the root again. So it is never wrong, only absent.
  *
- * Not locked: it belongs to its trie. At most `mostIndexes` exist at a time.
+ * Nodes are entered by and by: whoever asks it anything but `nearLast` first lets it `settle`.
+ *
+ * Not locked: it belongs to its trie, and even to be asked it has to itself. At most `mostIndexes`
+ * exist at a time.
  */
 class TrieIndex {
 public:
@@ -36,7 +39,13 @@ public:
 
     /** A trie whose index is `own`, or that has none, links `node`: another trie's index gives up.
      */
-    static void linkedBy(TrieIndex const* own, Node* node) noexcept;
+    static void linkedBy(TrieIndex const* own, Node* node) noexcept {
+        U16 const number = own != nullptr ? own->number_ : U16{0};
+        // A product, so that it is one test: whether a node is known at all nobody can guess.
+        if (node != nullptr && U32{node->index_} * (U32{node->index_} ^ number) != 0) [[unlikely]] {
+            node->indexLinkChanged();
+        }
+    }
 
     TrieIndex(TrieIndex const&) = delete;
     TrieIndex& operator=(TrieIndex const&) = delete;
@@ -49,19 +58,33 @@ public:
         Node* candidate;
     };
     Found find(Nimbal::IpGenPrefix const& prefix) const noexcept;
+    /** How many prefixes `fetchFor` takes. */
+    static constexpr std::size_t mostTogether = 16;
+    /** Fetches what will be read when these prefixes are looked up, for all of them side by side.
+     */
+    void fetchFor(std::span<Nimbal::IpGenPrefix const> prefixes) const noexcept;
     /**
      * Fetches the nodes that cover what was searched for last into the cache, side by side, but for
      * those that the call before has fetched.
      */
     void fetchCovering() const noexcept;
 
+    /** For a walk in order that steps to `next`: fetches what comes soon. */
+    void fetchAhead(Node const* next) const noexcept;
+
     /**
-     * For a walk in order that steps from `node` to `next`, below or beside it: fetches what comes
-     * soon.
+     * The longest node that covers the prefix, if it covers the node added last as well and is near
+     * that one; else null. Longer than the prefix's own node, never that itself.
      */
-    void fetchAhead(Node const* node, Node const* next) const noexcept;
+    Node* nearLast(Nimbal::IpGenPrefix const& prefix) const noexcept;
 
     bool ready() const noexcept { return ready_; }
+    /** Enters the nodes that still wait for it. It may give up in that. */
+    void settle() noexcept {
+        if (depthsWaiting_ != 0) {
+            enter(depthsWaiting_);
+        }
+    }
     void add(Node* node) noexcept;
     void del(Node* node) noexcept;
     void roleChanged(Node* node) noexcept;
@@ -70,10 +93,18 @@ public:
     /** Knows this very node and its role, or need not know it. */
     bool knows(Node const* node) const noexcept;
     U64 nodeCount() const noexcept { return nodeCount_; }
+    /** How many of the nodes may count as partition nodes. */
+    U64 candidateCount() const noexcept { return markCount_; }
 
 private:
-    static constexpr U32 strides = 11;
+    static constexpr U32 strides = IndexWalk::levels;
 
+    /** Nodes that are still to be entered into one block. */
+    struct Waiting {
+        U64 head = 0;  // an address in the block
+        U64 places = 0;
+        std::array<Node*, 64> nodes{};  // under their places
+    };
     /** The blocks along one address, from the top; the way to the next one begins where they part.
      */
     struct Path {
@@ -86,7 +117,7 @@ private:
     TrieIndex() noexcept { path_.blocks[0] = &top_; }
     IndexBlock* descend(U64 head, U32 depth) const noexcept;
     bool addAll(Node* root, Nimbal::AddressFamily af);
-    void insert(Node* node);
+    void enter(U32 depths) noexcept;
     void erase(Node* node);
 
     U16 number_ = 0;
@@ -94,7 +125,12 @@ private:
     U64 nodeCount_ = 0;
     U64 markCount_ = 0;
     IndexBlock top_;
+    std::array<Waiting, strides> waiting_;
+    U32 depthsWaiting_ = 0;  // a bit for each
+    Node* last_ = nullptr;   // the node added last, if it is still there
+    // Where a search or a walk has been last: what makes one that only reads unfit for two threads.
     mutable Path path_;
+    mutable IndexWalk walk_;
 };
 
 }  // namespace LpmTrie

@@ -77,7 +77,7 @@ bool TrieIndex::addAll(Node* root, Nimbal::AddressFamily af) {
     if (node->index_ != 0 || !hangsRight(node, nullptr, 0, af)) {
         return false;
     }
-    insert(node);
+    add(node);
     Node const* from = node->parent();
     while (node != nullptr) {
         // The child to step to: the first one when coming from above, else the one after `from`.
@@ -92,10 +92,11 @@ bool TrieIndex::addAll(Node* root, Nimbal::AddressFamily af) {
         if (!child->eyeCatcherIntact() || child->index_ != 0 || !hangsRight(child, node, bit, af)) {
             return false;
         }
-        insert(child);
+        add(child);
         node = child;
     }
-    return true;
+    settle();
+    return ready_;
 }
 
 void TrieIndex::giveUp() noexcept {
@@ -123,6 +124,14 @@ void TrieIndex::giveUp() noexcept {
         }
         --level;
     }
+    for (; depthsWaiting_ != 0; depthsWaiting_ &= depthsWaiting_ - 1) {
+        Waiting& waiting = waiting_[static_cast<U32>(std::countr_zero(depthsWaiting_))];
+        for (; waiting.places != 0; waiting.places &= waiting.places - 1) {
+            waiting.nodes[static_cast<U32>(std::countr_zero(waiting.places))]->index_ = 0;
+        }
+    }
+    last_ = nullptr;
+    walk_.stop();
     nodeCount_ = 0;
     markCount_ = 0;
     path_.depth = 0;

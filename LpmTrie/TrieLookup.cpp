@@ -15,6 +15,15 @@
 
 namespace LpmTrie {
 
+namespace {
+
+bool isCandidate(Node const* node, bool includePendingRmPartition) {
+    return node->partitionNode() ||
+           (includePendingRmPartition && node->pendingState().removePartition());
+}
+
+}  // namespace
+
 TrieReturnCode Trie::setTrieRc(Node* node, Node* partitionNode) {
     Node* const coveringPrefixNode =
         partitionNode != nullptr ? getClosestFibRouteNode(partitionNode) : nullptr;
@@ -42,6 +51,33 @@ Node* Trie::getClosestFibRouteNode(Node* node) const {
     return fibRouteNode;
 }
 
+/** What the index skips is checked as what a descent passes: true when all are alive. */
+bool Trie::aliveUpwards(Node const* node) noexcept {
+    while (node != nullptr && node->eyeCatcherIntact()) {
+        node = node->parent_;
+    }
+    return node == nullptr;
+}
+
+/** Where the search goes on, and the candidate met before that, by the index; else null. */
+Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPartition,
+                     Node*& candidate) const {
+    TrieIndex const* const index = usableIndex();
+    if (index == nullptr) {
+        return nullptr;
+    }
+    auto const [deepest, marked] = index->find(prefix);
+    index->fetchCovering();
+    if (deepest == nullptr || !deepest->covers(prefix) || !aliveUpwards(deepest->parent_)) {
+        return nullptr;
+    }
+    candidate = marked;
+    while (candidate != nullptr && !isCandidate(candidate, includePendingRmPartition)) {
+        candidate = candidate->parent();
+    }
+    return deepest;
+}
+
 TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
                                        bool includePendingRmPartition) {
     static constexpr char const* signature =
@@ -52,36 +88,15 @@ TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
     if (root_ == nullptr) {
         return {};
     }
-    auto const isCandidate = [&](Node const* node) {
-        return node->partitionNode() ||
-               (includePendingRmPartition && node->pendingState().removePartition());
-    };
-    Node* current = root_;
     Node* candidate = nullptr;
-    // The nodes that the index skips are checked as those that a descent passes.
-    auto const aliveUpwards = [](Node const* node) {
-        while (node != nullptr && node->eyeCatcherIntact()) {
-            node = node->parent_;
-        }
-        return node == nullptr;
-    };
-    if (TrieIndex const* const index = usableIndex()) {
-        auto const [deepest, marked] = index->find(prefix);
-        index->fetchCovering();
-        if (deepest != nullptr && deepest->covers(prefix) && aliveUpwards(deepest->parent_)) {
-            current = deepest;
-            candidate = marked;
-            while (candidate != nullptr && !isCandidate(candidate)) {
-                candidate = candidate->parent();
-            }
-        }
-    }
+    Node* current = skipDown(prefix, includePendingRmPartition, candidate);
+    current = current != nullptr ? current : root_;
     U32 commonLen = current->commonLen(prefix);
     if (commonLen != current->len()) {
         return {current, nullptr, nullptr, false};
     }
     for (;;) {
-        if (isCandidate(current)) {
+        if (isCandidate(current, includePendingRmPartition)) {
             candidate = current;
         }
         if (commonLen == prefix.len()) {
@@ -98,6 +113,24 @@ TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
             return setTrieRc(child, candidate);
         }
         current = child;
+    }
+}
+
+void Trie::findPartitionNodes(std::span<Nimbal::IpGenPrefix const> prefixes,
+                              bool includePendingRmPartition, std::span<TrieReturnCode> results) {
+    static constexpr char const* signature =
+        "void LpmTrie::Trie::findPartitionNodes(std::span<const Nimbal::IpGenPrefix>, bool, "
+        "std::span<LpmTrie::TrieReturnCode>)";
+    LPM_SASSERT(prefixes.size() == results.size(), "prefixes:", prefixes.size(),
+                " results:", results.size());
+    for (std::size_t first = 0; first < prefixes.size(); first += TrieIndex::mostTogether) {
+        std::size_t const end = std::min(first + TrieIndex::mostTogether, prefixes.size());
+        if (TrieIndex const* const index = usableIndex()) {
+            index->fetchFor(prefixes.subspan(first, end - first));
+        }
+        for (std::size_t i = first; i < end; ++i) {
+            results[i] = findPartitionNode(prefixes[i], includePendingRmPartition);
+        }
     }
 }
 

@@ -61,8 +61,8 @@ std::size_t routesOf(Node const* top, TrieIndex const* index) {
             __builtin_prefetch(node->prefixRef().get(), 1);
         }
         Node const* const next = nextInPartition(top, node);
-        if (index != nullptr && next != nullptr && next->parent() != nullptr) {
-            index->fetchAhead(next->parent(), next);
+        if (index != nullptr && next != nullptr) {
+            index->fetchAhead(next);
         }
         node = next;
     }
@@ -112,11 +112,7 @@ void Trie::callMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32
 /** Tells one move; an exception of the hook waits until the operation in hand is complete. */
 void Trie::report(Node* node, PartitionId::Ptr const& oldPartitionId,
                   TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors) {
-    try {
-        addMovedNode(node, oldPartitionId, movedNodes);
-    } catch (...) {
-        errors.keepCurrent();
-    }
+    errors.keep([&] { addMovedNode(node, oldPartitionId, movedNodes); });
 }
 
 /** Tells of a re-labelled route, without a collection to the hook itself. */
@@ -126,11 +122,7 @@ void Trie::reportRelabelled(Node* node, PartitionId::Ptr const& oldPartitionId,
         report(node, oldPartitionId, movedNodes, errors);
         return;
     }
-    try {
-        callMovedNode(node, oldPartitionId, node->hwTable());
-    } catch (...) {
-        errors.keepCurrent();
-    }
+    errors.keep([&] { callMovedNode(node, oldPartitionId, node->hwTable()); });
 }
 
 void Trie::updatePartitionId(Node* fromNode, TrieNodesInfo::Ptr const& movedNodes) {

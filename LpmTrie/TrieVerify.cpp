@@ -21,22 +21,31 @@ namespace {
 constexpr char const* verifySignature = "virtual void LpmTrie::Trie::verify()";
 }
 
+/** What the index should know. */
+struct Trie::IndexCensus {
+    U64 nodes = 0;
+    U64 candidates = 0;
+};
+
 void Trie::verify() {
     LPM_TRACE(8, verifySignature);
     U32 level = 0;
-    U64 nodes = 0;
-    for (Node* current = root_; current != nullptr; ++nodes) {
+    IndexCensus census;
+    if (index_ != nullptr) {
+        index_->settle();
+    }
+    for (Node* current = root_; current != nullptr;) {
         verifyShape(current);
         if (current->partitionNode()) {
             verifyPartition(current);
         }
         verifyCounters(current);
-        verifyIndex(current);
+        verifyIndex(current, census);
         auto const step = preorderNextNode(nullptr, current, level, false, false);
         current = step.node();
         level = step.level;
     }
-    verifyIndexSize(nodes);
+    verifyIndexSize(census);
 }
 
 /** A node against its parent. */
@@ -81,19 +90,25 @@ void Trie::verifyCounters(Node* current) {
 }
 
 /** The index leads to this very node, if there is an index. */
-void Trie::verifyIndex(Node* current) {
+void Trie::verifyIndex(Node* current, IndexCensus& census) {
     static constexpr char const* signature = verifySignature;
     if (index_ != nullptr && index_->ready()) {
         LPM_SASSERT(index_->knows( current ), " not in the index: ", current);
+        bool const indexed = current->len() <= TrieIndex::longest;
+        census.nodes += indexed ? 1U : 0U;
+        census.candidates += indexed && current->partitionCandidate() ? 1U : 0U;
     }
 }
 
-/** The index leads to no node beside those `nodes`. */
-void Trie::verifyIndexSize(U64 nodes) {
+/** The index leads to no node beside those, and counts as many that may be partition nodes. */
+void Trie::verifyIndexSize(IndexCensus const& census) {
     static constexpr char const* signature = verifySignature;
     if (index_ != nullptr && index_->ready()) {
-        LPM_SASSERT(index_->nodeCount() <= nodes, " in the index: ", index_->nodeCount(),
-                    " in the trie: ", nodes);
+        LPM_SASSERT(index_->nodeCount() == census.nodes, " in the index: ", index_->nodeCount(),
+                    " in the trie: ", census.nodes);
+        LPM_SASSERT(index_->candidateCount() == census.candidates,
+                    " in the index: ", index_->candidateCount(),
+                    " in the trie: ", census.candidates);
     }
 }
 

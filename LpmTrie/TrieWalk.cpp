@@ -31,17 +31,16 @@ TrieTraversalReturnCode Trie::preorderNextNode(Node* stopNode, Node* startNode, 
         return child != nullptr && !(stopAtPartitionNode && child->partitionNode()) &&
                !(stopAtFibRoute && child->fibRoute());
     };
-    TrieIndex const* const index = usableIndex();
-    auto const stepTo = [&](Node* parent, U32 bit, U32 stepLevel) -> TrieTraversalReturnCode {
-        Node* const next = parent->bitNode(bit);
+    auto const stepTo = [index = usableIndex()](Node* next, U32 bit,
+                                                U32 stepLevel) -> TrieTraversalReturnCode {
         if (index != nullptr) {
-            index->fetchAhead(parent, next);
+            index->fetchAhead(next);
         }
         return {next, bit, stepLevel};
     };
     for (U32 bit = 0; bit <= 1; ++bit) {
         if (eligible(startNode->bitNode(bit))) {
-            return stepTo(startNode, bit, level + 1);
+            return stepTo(startNode->bitNode(bit), bit, level + 1);
         }
     }
     Node* current = startNode;
@@ -51,7 +50,7 @@ TrieTraversalReturnCode Trie::preorderNextNode(Node* stopNode, Node* startNode, 
             return {nullptr, noBit, level - 1};
         }
         if (current == parent->bitNode(0) && eligible(parent->bitNode(1))) {
-            return stepTo(parent, 1, level);
+            return stepTo(parent->bitNode(1), 1, level);
         }
         current = parent;
         --level;

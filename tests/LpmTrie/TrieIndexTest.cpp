@@ -145,11 +145,13 @@ TEST_P(TrieIndexTest, followsNodesThatComeAndGo) {
             index->add(node);
             gone.erase(place);
         }
+        index->settle();
         EXPECT_EQ(index->knows(node), comes || node->len() > TrieIndex::longest) << node;
     }
     for (Node* node : gone) {
         index->add(node);
     }
+    index->settle();
     expectRightAnswers(*index);
 }
 

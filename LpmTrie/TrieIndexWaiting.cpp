@@ -1,0 +1,98 @@
+/*
+ * How nodes come into the index. Routes mostly come in order, and then one block gets many nodes
+ * one after the other; so a node first waits, at each depth for one block, and all that wait for a
+ * block are entered at once: when a node comes for another block of that depth, or before the index
+ * is used or changed otherwise. An insertion near the one before it needs no search at all.
+ */
+
+#include <LpmTrie/IndexPath.h>
+#include <LpmTrie/TrieIndex.h>
+
+namespace LpmTrie {
+
+using namespace Detail;
+
+namespace {
+
+// How far up from the last node the next one is looked for, in bits and in nodes.
+constexpr U32 nearBits = 12;
+constexpr U32 nearSteps = 12;
+
+/** Two addresses lie in the same block at `depth`. */
+constexpr bool sameBlock(U64 head, U64 other, U32 depth) noexcept {
+    return depth == 0 || (head ^ other) >> (66 - stride * depth) == 0;
+}
+
+}  // namespace
+
+void TrieIndex::add(Node* node) noexcept {
+    if (!ready_ || node->headLen_ > longest) {
+        return;
+    }
+    U32 const depth = depthOf(node->headLen_);
+    Waiting& waiting = waiting_[depth];
+    if (waiting.places != 0 && !sameBlock(waiting.head, node->head_, depth)) {
+        enter(U32{1} << depth);
+        if (!ready_) {
+            return;
+        }
+    }
+    U32 const place = placeOf(node->head_, node->headLen_);
+    waiting.head = node->head_;
+    waiting.places |= U64{1} << place;
+    waiting.nodes[place] = node;
+    depthsWaiting_ |= U32{1} << depth;
+    node->index_ = number_;
+    ++nodeCount_;
+    last_ = node;
+    if (node->partitionCandidate()) {
+        roleChanged(node);
+    }
+}
+
+/** Enters what waits at the depths whose bits are set; gives up when memory ends. */
+void TrieIndex::enter(U32 depths) noexcept {
+    walk_.stop();
+    try {
+        for (; depths != 0; depths &= depths - 1) {
+            auto const depth = static_cast<U32>(std::countr_zero(depths));
+            Waiting& waiting = waiting_[depth];
+            IndexBlock* block = descend(waiting.head, depth);
+            while (path_.depth < depth) {
+                block = block->blockIs(sliceOf(waiting.head, path_.depth));
+                path_.blocks[++path_.depth] = block;
+            }
+            block->nodesIs(waiting.places, waiting.nodes);
+            waiting.places = 0;
+            depthsWaiting_ &= ~(U32{1} << depth);
+        }
+    } catch (std::bad_alloc const&) {
+        giveUp();
+    }
+}
+
+Node* TrieIndex::nearLast(Nimbal::IpGenPrefix const& prefix) const noexcept {
+    if (last_ == nullptr) {
+        return nullptr;
+    }
+    auto const agreeing = static_cast<U32>(std::countl_zero(prefix.head() ^ last_->head_));
+    U32 const shared = std::min(prefix.len(), agreeing);
+    if (shared + nearBits < last_->headLen_) {
+        return nullptr;
+    }
+    Node const* below = nullptr;
+    Node* node = last_;
+    for (U32 steps = 0; node != nullptr && node->eyeCatcherIntact() && steps < nearSteps; ++steps) {
+        U32 const len = node->headLen_;
+        if (len <= shared) {
+            Node const* const child = node->bitNode_[prefix.head() >> (63 - len) & 1];
+            bool const deepest = len < prefix.len() && (child == nullptr || child == below);
+            return deepest ? node : nullptr;
+        }
+        below = node;
+        node = node->parent_;
+    }
+    return nullptr;
+}
+
+}  // namespace LpmTrie
