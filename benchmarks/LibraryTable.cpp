@@ -1,6 +1,9 @@
 #include <tools/PartitionedTable.h>
 #include <benchmarks/Table.h>
 
+#include <algorithm>
+#include <array>
+
 namespace LpmBenchmarks {
 
 namespace {
@@ -21,6 +24,9 @@ public:
         }
     }
     U64 find(std::span<IpGenPrefix const> queries) override { return findIn(*trie_, queries); }
+    U64 findTogether(std::span<IpGenPrefix const> queries) override {
+        return findTogetherIn(*trie_, queries);
+    }
     Answers answers(std::span<IpGenPrefix const> queries) override {
         return answersOf(*trie_, queries);
     }
@@ -57,6 +63,21 @@ public:
         U64 sum = 0;
         for (IpGenPrefix const& query : queries) {
             sum += trie.findPartitionNode(query, false).node() != nullptr ? 1U : 0U;
+        }
+        return sum;
+    }
+    static U64 findTogetherIn(LpmTrie::Trie& trie, std::span<IpGenPrefix const> queries) {
+        constexpr std::size_t most = 64;
+        std::array<LpmTrie::TrieReturnCode, most> results{};
+        U64 sum = 0;
+        while (!queries.empty()) {
+            std::size_t const count = std::min(most, queries.size());
+            auto const found = std::span(results).first(count);
+            trie.findPartitionNodes(queries.first(count), false, found);
+            for (auto const& result : found) {
+                sum += result.node() != nullptr ? 1U : 0U;
+            }
+            queries = queries.subspan(count);
         }
         return sum;
     }
@@ -109,6 +130,9 @@ public:
     }
     U64 find(std::span<IpGenPrefix const> queries) override {
         return LibraryTable::findIn(table_.trie(), queries);
+    }
+    U64 findTogether(std::span<IpGenPrefix const> queries) override {
+        return LibraryTable::findTogetherIn(table_.trie(), queries);
     }
     Answers answers(std::span<IpGenPrefix const> queries) override {
         return LibraryTable::answersOf(table_.trie(), queries);

@@ -83,7 +83,9 @@ private:
 
     void workOnFull() {
         U64 found = 0;
-        time(Work::findOwn, input_.leaving.size(), [&] { found = table_->find(input_.leaving); });
+        time(Work::findTogether, input_.queries.size(),
+             [&] { found = table_->findTogether(input_.queries); });
+        time(Work::findOwn, input_.leaving.size(), [&] { found += table_->find(input_.leaving); });
         time(Work::walk, routes(), [&] { sample_.routesWalked = table_->walk(); });
         sample_.changes += found;
         time(Work::replay, input_.updates.size(),
@@ -131,6 +133,7 @@ char const* nameOf(Work work) noexcept {
     constexpr std::array<char const*, workCount> names{"build, random order",
                                                        "build, address order",
                                                        "look-up, random covered addresses",
+                                                       "look-up, the same, many at once",
                                                        "look-up, own prefixes",
                                                        "walk in order",
                                                        "replay of generated updates, an update",

@@ -22,6 +22,7 @@ enum class Work {
     buildRandom,
     buildOrdered,
     find,
+    findTogether,
     findOwn,
     walk,
     replay,
@@ -31,7 +32,7 @@ enum class Work {
     residentBytes,
     trackedBytes,
 };
-constexpr std::size_t workCount = 11;
+constexpr std::size_t workCount = 12;
 char const* nameOf(Work work) noexcept;
 
 /**

@@ -46,6 +46,8 @@ public:
     virtual void insert(std::span<IpGenPrefix const> routes) = 0;
     /** Longest matches, timed: what is found is only looked at as far as the table tells it. */
     virtual U64 find(std::span<IpGenPrefix const> queries) = 0;
+    /** The same by an operation for many at once; one by one where the table has none. */
+    virtual U64 findTogether(std::span<IpGenPrefix const> queries) { return find(queries); }
     /** Longest matches, told. Not timed. */
     virtual Answers answers(std::span<IpGenPrefix const> queries) = 0;
     /** Visits all routes in order; answers how many. 0 for a table that has no order. */
