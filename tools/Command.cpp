@@ -5,6 +5,7 @@
 
 #include <tools/Command.h>
 
+#include <LpmTrie/Version.h>
 #include <tools/CommandLine.h>
 #include <tools/Output.h>
 
@@ -24,6 +25,7 @@ public:
     Command() {
         app_.require_subcommand(1);
         app_.set_help_all_flag("--help-all", "Help of all commands");
+        app_.set_version_flag("--version", "lpmtrie " LPMTRIE_VERSION_TEXT, "Version");
         addPlanCommand(app_, work_);
         addDiffCommand(app_, work_);
         addLookupCommand(app_, work_);
@@ -37,10 +39,10 @@ public:
     int run(int argumentCount, char const* const* arguments) {
         try {
             app_.parse(argumentCount, arguments);
-        } catch (CLI::Success const& askedForHelp) {
-            std::ostringstream help;
-            app_.exit(askedForHelp, help);
-            writeAll(STDOUT_FILENO, help.str());
+        } catch (CLI::Success const& asked) {
+            std::ostringstream answer;  // help or version
+            app_.exit(asked, answer);
+            writeAll(STDOUT_FILENO, answer.str());
             return statusDone;
         } catch (CLI::ParseError const& error) {
             throw std::invalid_argument(whyMisused(error) + " (see lpmtrie --help)");

@@ -28,7 +28,6 @@ using TrieTests::address;
 using TrieTests::brokenEyeCatcher;
 using TrieTests::nodeAssertion;
 using Vexo::U32;
-using Vexo::U64;
 
 class AddsAnOperation : public Node {
 public:
@@ -89,10 +88,12 @@ protected:
 };
 using NodeStorageDeathTest = NodeStorageTest;
 
-constexpr std::size_t eyeCatcherAt = sizeof(void*);
+constexpr std::size_t word = sizeof(void*);
+constexpr std::size_t eyeCatcherAt = word;
+constexpr std::size_t linksAt = word + 16;
 
 TEST_F(NodeStorageTest, fieldsStandInTheirOrder) {
-    static_assert(sizeof(void*) == 8 && sizeof(bool) == 1, "offsets are those of 64-bit systems");
+    static_assert(sizeof(bool) == 1 && (word == 8 || word == 4));
     Node* const node = storage_.construct(holder_, id_);
     node->routeCountInc(0x01020304U);
     node->partitionRouteCountIs(0x05060708U);
@@ -101,17 +102,17 @@ TEST_F(NodeStorageTest, fieldsStandInTheirOrder) {
     node->bitNodeIs(1, node);
     node->pendingStateIs(PendingState::maxPendingState_());
     EXPECT_EQ(storage_.at<U32>(eyeCatcherAt), 0xBADBADBAU);
-    EXPECT_EQ(storage_.at<bool>(12), true) << "partition node";
-    EXPECT_EQ(storage_.at<bool>(13), false) << "FIB route";
-    EXPECT_EQ(storage_.at<U32>(16), 0x01020304U) << "routeCount";
-    EXPECT_EQ(storage_.at<U32>(20), 0x05060708U) << "partitionRouteCount";
-    EXPECT_EQ(storage_.at<Node*>(24), node) << "parent";
-    EXPECT_EQ(storage_.at<Node*>(32), node + 1) << "child 0";
-    EXPECT_EQ(storage_.at<Node*>(40), node) << "child 1";
-    EXPECT_EQ(storage_.at<IpGenPrefixRef*>(48), holder_.get());
-    EXPECT_EQ(storage_.at<PartitionId*>(56), id_.get());
-    EXPECT_EQ(storage_.at<unsigned char>(64), 8) << "pendingState";
-    EXPECT_EQ(storage_.at<U32>(68), 0x11223344U) << "hardware table";
+    EXPECT_EQ(storage_.at<bool>(word + 4), true) << "partition node";
+    EXPECT_EQ(storage_.at<bool>(word + 5), false) << "FIB route";
+    EXPECT_EQ(storage_.at<U32>(word + 8), 0x01020304U) << "routeCount";
+    EXPECT_EQ(storage_.at<U32>(word + 12), 0x05060708U) << "partitionRouteCount";
+    EXPECT_EQ(storage_.at<Node*>(linksAt), node) << "parent";
+    EXPECT_EQ(storage_.at<Node*>(linksAt + word), node + 1) << "child 0";
+    EXPECT_EQ(storage_.at<Node*>(linksAt + 2 * word), node) << "child 1";
+    EXPECT_EQ(storage_.at<IpGenPrefixRef*>(linksAt + 3 * word), holder_.get());
+    EXPECT_EQ(storage_.at<PartitionId*>(linksAt + 4 * word), id_.get());
+    EXPECT_EQ(storage_.at<unsigned char>(linksAt + 5 * word), 8) << "pendingState";
+    EXPECT_EQ(storage_.at<U32>(linksAt + 5 * word + 4), 0x11223344U) << "hardware table";
     storage_.destroy(node);
 }
 
@@ -123,8 +124,8 @@ TEST_F(NodeStorageTest, aDestroyedNodeLeavesThePoisonAndNoLinks) {
     EXPECT_EQ(storage_.at<U32>(eyeCatcherAt), LpmTrie::TRIE_NODE_EYECATCHER);
     storage_.destroy(node);
     EXPECT_EQ(storage_.at<U32>(eyeCatcherAt), 0xBADBEEFFU);
-    for (std::size_t const link : {24U, 32U, 40U}) {
-        EXPECT_EQ(storage_.at<U64>(link), 0U) << link;
+    for (std::size_t link = 0; link < 3; ++link) {
+        EXPECT_EQ(storage_.at<Node*>(linksAt + link * word), nullptr) << link;
     }
 }
 

@@ -6,8 +6,8 @@ std::string testsDirectory() {
     return LPMTRIE_TESTS_DIR;
 }
 
-std::string buildDirectory() {
-    return LPMTRIE_BUILD_DIR;
+std::string commandPath() {
+    return LPMTRIE_COMMAND;
 }
 
 }  // namespace TestSupport

@@ -1,3 +1,4 @@
+#include <LpmTrie/Version.h>
 #include <tests/tools/RunCommand.h>
 
 #include <gmock/gmock.h>
@@ -62,9 +63,17 @@ TEST(CommandHelpTest, manPageTellsEveryOptionAndCommand) {
     }
 }
 
+TEST(CommandHelpTest, versionIsThatOfTheLibrary) {
+    Ended const ended = run({"--version"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "lpmtrie " LPMTRIE_VERSION_TEXT "\n");
+    EXPECT_EQ(ended.err, "");
+}
+
 TEST(CommandHelpTest, bashCompletesCommandsOptionsAndPolicies) {
     EXPECT_EQ(completionsOf({"lpmtrie", "d"}),
               (std::set<std::string>{"diff", "dump", "dump-partition", "dump-prefix"}));
+    EXPECT_EQ(completionsOf({"lpmtrie", "--v"}), (std::set<std::string>{"--version"}));
     EXPECT_EQ(completionsOf({"lpmtrie", "plan", "--do"}),
               (std::set<std::string>{"--dot", "--dot-prefix", "--download"}));
     EXPECT_EQ(completionsOf({"lpmtrie", "plan", "--policy", "window-"}),

@@ -132,7 +132,7 @@ inline Ended runProgram(std::vector<std::string> const& arguments, Streams const
     return ended;
 }
 
-inline std::string const commandPath = TestSupport::buildDirectory() + "/tools/lpmtrie";
+inline std::string const commandPath = TestSupport::commandPath();
 
 /** Runs the lpmtrie command. */
 inline Ended run(std::vector<std::string> arguments, Streams const& streams = {}) {
