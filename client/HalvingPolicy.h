@@ -11,8 +11,9 @@ namespace LpmClient {
  */
 class HalvingPolicy : public Policy {
 public:
-    /** With `redistribute`, nested partitions are asked first. */
-    explicit HalvingPolicy(bool redistribute) : redistribute_(redistribute) {}
+    /** With `redistribute`, nested partitions are asked first. `share`: hundredths cut off. */
+    explicit HalvingPolicy(bool redistribute, U32 share = 50)
+        : redistribute_(redistribute), share_(share) {}
 
     std::optional<Cut> makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,
                                 Room const& room) override;
@@ -22,6 +23,7 @@ private:
     std::optional<Cut> redistribute(ClientTrie& trie, RouteNode* root, Room const& room) const;
 
     bool const redistribute_;
+    U32 const share_;
 };
 
 }  // namespace LpmClient

@@ -146,6 +146,7 @@ Outcome PartitionManager::insert(Route const& route, Node* partitionNode) {
     ++counts_.added;
     if (recut) {
         complete(*recut);
+        policy_->madeRoom();
     }
     return Outcome::done;
 }

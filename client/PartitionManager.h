@@ -162,7 +162,9 @@ private:
     LpmTrie::PartitionId::Ptr idOf(Bucket bucket);
     LpmTrie::PartitionId::Ptr allocateFresh();
     bool takeFresh(Recut& recut);
-    Room room() const noexcept { return {bucketRoutes_, freeBuckets()}; }
+    Room room() const noexcept {
+        return {bucketRoutes_, freeBuckets(), counts_.moves, counts_.withdrawn};
+    }
     bool tryImprove(Nimbal::IpGenPrefix const& rootPrefix);
     void improveNowOrLater(std::set<Nimbal::IpGenPrefix>& rootPrefix);
     std::optional<Cut> improvement(RouteNode* root);

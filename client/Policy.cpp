@@ -6,11 +6,43 @@
 
 namespace LpmClient {
 
+namespace {
+
+/** About a move a route, and little time. */
+WindowWeights windowWeights() {
+    WindowWeights weights;
+    weights.ample = {5, 20};
+    weights.scarce = {3, 160};
+    weights.budget = 103;
+    weights.ease = 70;
+    return weights;
+}
+
+WindowWeights tightWeights() {
+    WindowWeights weights;
+    weights.ample = {10, 50};
+    weights.scarce = {6, 90};
+    weights.budget = 131;
+    weights.ease = 85;
+    weights.roomWorth = 0;
+    weights.firstFit = false;
+    return weights;
+}
+
+WindowWeights calmWeights() {
+    WindowWeights weights;
+    weights.ample = {2, 150};
+    return weights;
+}
+
+}  // namespace
+
 Policy::~Policy() = default;
 
 std::vector<PolicyDescription> const& policies() {
     static std::vector<PolicyDescription> const all{
-        {"window", "cuts up to four neighbouring partitions anew; the best all-round one"},
+        {"window",
+         "cuts a few neighbouring partitions anew, about a move a route; the best all-round one"},
         {"window-tight", "the same with wider windows: fewer buckets for more moved routes"},
         {"window-calm", "the same with narrower windows: fewer moved routes for more buckets"},
         {"redistribute", "splits in half unless a nested partition can take a part in"},
@@ -19,19 +51,14 @@ std::vector<PolicyDescription> const& policies() {
 }
 
 std::unique_ptr<Policy> makePolicy(std::string_view name) {
-    WindowWeights weights;
     if (name == "window") {
-        return std::make_unique<WindowPolicy>(weights);
+        return std::make_unique<WindowPolicy>(windowWeights());
     }
     if (name == "window-tight") {
-        weights.pieces = 5;
-        weights.slack = 65;
-        return std::make_unique<WindowPolicy>(weights);
+        return std::make_unique<WindowPolicy>(tightWeights());
     }
     if (name == "window-calm") {
-        weights.pieces = 2;
-        weights.slack = 150;
-        return std::make_unique<WindowPolicy>(weights);
+        return std::make_unique<WindowPolicy>(calmWeights());
     }
     if (name == "redistribute" || name == "half") {
         return std::make_unique<HalvingPolicy>(name == "redistribute");

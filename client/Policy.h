@@ -12,6 +12,8 @@ namespace LpmClient {
 struct Room {
     U32 bucketRoutes = 0;  // a bucket's bound
     U32 freshBuckets = 0;  // how many more pieces than now there may be
+    U64 moves = 0;         // routes that the table's changes have moved so far
+    U64 withdrawn = 0;     // routes withdrawn so far
 };
 
 /**
@@ -32,6 +34,12 @@ public:
      */
     virtual std::optional<Cut> makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,
                                         Room const& room) = 0;
+    /**
+     * The cut proposed last by `makeRoom` has been carried out. What a policy learns from arrivals
+     * it learns here, so that a refusal by the chip, and the same route once more, teach it
+     * nothing.
+     */
+    virtual void madeRoom() noexcept {}
     /** The partition at `root` has lost a route. No cut: leave it as it is. */
     virtual std::optional<Cut> shrink(ClientTrie& trie, RouteNode* root, Room const& room) = 0;
 };

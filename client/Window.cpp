@@ -6,6 +6,13 @@ namespace LpmClient {
 
 using LpmTrie::Node;
 
+namespace {
+
+/** Of a partition, about: so that a window's memory is taken at once. */
+constexpr std::size_t expectedItems = 64;
+
+}  // namespace
+
 std::vector<RouteNode*> nestedRoots(RouteNode* root) {
     std::vector<RouteNode*> nested;
     Node* node = root;
@@ -49,7 +56,10 @@ Window::Window(std::vector<RouteNode*> roots, U32 grain, U32 mark)
         U32 above;
         U32 bit;
     };
-    std::vector<Open> open{{roots_.front(), noPiece, 0}};
+    items_.reserve(expectedItems * roots_.size());
+    std::vector<Open> open;
+    open.reserve(expectedItems);
+    open.push_back({roots_.front(), noPiece, 0});
     while (!open.empty()) {
         Open const at = open.back();
         open.pop_back();
@@ -60,14 +70,28 @@ Window::Window(std::vector<RouteNode*> roots, U32 grain, U32 mark)
             if (child == nullptr) {
                 continue;
             }
-            bool const marked = routeNode(child)->mark == mark_;
-            if (marked || (!child->partitionNode() && child->partitionRouteCount() >= grain_)) {
+            if (isItem(child)) {
                 open.push_back({child, item, bit});
             } else if (!child->partitionNode()) {
                 items_[item].own += child->partitionRouteCount();
             }
         }
     }
+}
+
+/** Of the window's partitions; roots of partitions outside of it are not marked. */
+bool Window::isItem(Node const* node) const noexcept {
+    return routeNode(node)->mark == mark_ ||
+           (!node->partitionNode() && node->partitionRouteCount() >= grain_);
+}
+
+U32 Window::itemAround(Node const* node) const noexcept {
+    while (node != roots_.front() && !isItem(node)) {
+        node = node->parent();
+    }
+    auto const item =
+        std::find_if(items_.begin(), items_.end(), [&](Item const& at) { return at.node == node; });
+    return static_cast<U32>(item - items_.begin());
 }
 
 /** The way up from each root to the one above it belongs to the tree, however light it is. */

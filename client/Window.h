@@ -35,8 +35,11 @@ public:
     std::vector<Item> const& items() const noexcept { return items_; }
     /** Of all partitions together. */
     U32 routes() const noexcept { return routes_; }
+    /** The index of the item with which a node of the window's partitions is lumped together. */
+    U32 itemAround(LpmTrie::Node const* node) const noexcept;
 
 private:
+    bool isItem(LpmTrie::Node const* node) const noexcept;
     void markPaths(U32 mark);
     void add(LpmTrie::Node* node, U32 above, U32 bit);
 
@@ -70,6 +73,8 @@ public:
     std::vector<RouteNode*> roots(Window const& window) const;
     /** What the last cut comes to. */
     void judge(Window const& window, Trial& trial);
+    /** The piece of an item, by its place in `Trial::sizes`, in the cut judged last. */
+    U32 pieceOf(U32 item) const { return piece_[item]; }
 
 private:
     std::vector<U32> left_;  // routes that are not cut off at or below each item

@@ -1,6 +1,7 @@
 #include <client/WindowPolicy.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace LpmClient {
@@ -11,6 +12,11 @@ constexpr U32 never = ~U32{0};
 
 /** Subtrees below this part of a bucket are not cut. */
 constexpr U32 grainsPerBucket = 32;
+
+/** Routes that come in address order fill buckets behind them that will not grow any more. */
+constexpr Effort inOrder{3, 0};
+/** So what counts is room in front of them. */
+constexpr U32 roomWorthInOrder = 200;
 
 /** A cut that is tried. */
 struct Attempt {
@@ -25,33 +31,51 @@ U32 part(U32 whole, U32 hundredths) {
     return hundredths == never ? never : static_cast<U32>(U64{whole} * hundredths / 100);
 }
 
-}  // namespace
-
-/** Routes that come in order of address fill buckets behind them that will not grow any more. */
-void WindowPolicy::noteArrival(RouteNode const* incoming) {
-    Nimbal::IpGenPrefix const& prefix = incoming->prefixRef()->prefix();
-    if (prefix == last_) {
-        return;  // an update that is tried again
-    }
-    ascending_ -= ascending_ / 16;
-    ascending_ += prefix > last_ ? 64U : 0U;
-    last_ = prefix;
+U32 limitOf(Room const& room, U32 slack) {
+    U64 const keptFree = U64{room.bucketRoutes} * slack / 1000;
+    return std::max(room.bucketRoutes - static_cast<U32>(keptFree), U32{1});
 }
 
-std::optional<Cut> WindowPolicy::makeRoom(ClientTrie& /*trie*/, RouteNode* root,
-                                          RouteNode* incoming, Room const& room) {
-    noteArrival(incoming);
-    bool const inOrder = ascending_ > 900 || ascending_ < 64;
-    U32 const slack =
-        inOrder ? 0 : static_cast<U32>(U64{room.bucketRoutes} * weights_.slack / 1000);
+U32 between(U32 from, U32 to, double part) {
+    return static_cast<U32>(std::lround(from + (static_cast<double>(to) - from) * part));
+}
+
+}  // namespace
+
+WindowPolicy::Arrivals WindowPolicy::Arrivals::after(
+    Nimbal::IpGenPrefix const& prefix) const noexcept {
+    return {prefix, ascending - ascending / 16 + (prefix > last ? 64U : 0U)};
+}
+
+/** Ample at first; from a part of the allowed moves on it falls, until they are spent. */
+Effort WindowPolicy::effort(ClientTrie const& trie, Room const& room) const {
+    double const allowed = static_cast<double>(trie.root()->routeCount() * weights_.budget +
+                                               room.withdrawn * weights_.withdrawalBudget) /
+                           100;
+    if (weights_.budget == 0 || allowed == 0) {
+        return weights_.ample;
+    }
+    double const spent = static_cast<double>(room.moves) / allowed;
+    double const ease = weights_.ease / 100.0;
+    double const haste = std::clamp((spent - ease) / (1 - ease), 0.0, 1.0);
+    return {between(weights_.ample.pieces, weights_.scarce.pieces, haste),
+            between(weights_.ample.slack, weights_.scarce.slack, haste)};
+}
+
+std::optional<Cut> WindowPolicy::makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,
+                                          Room const& room) {
+    next_ = arrivals_.after(incoming->prefixRef()->prefix());
+    bool const ordered = next_.inOrder();
+    Effort const effort = ordered ? inOrder : this->effort(trie, room);
     Aim aim;
     aim.bound = room.bucketRoutes;
+    aim.pieces = effort.pieces;
     aim.growth = std::min<U32>(room.freshBuckets, 1);
     aim.freshBuckets = room.freshBuckets;
+    aim.roomWorth = ordered ? roomWorthInOrder : weights_.roomWorth;
     aim.incoming = incoming;
-    aim.balance = inOrder ? 0 : weights_.balance;
-    for (U32 const keepFree : {slack, U32{0}}) {
-        aim.limit = std::max(room.bucketRoutes - keepFree, U32{1});
+    for (U32 const slack : {effort.slack, U32{0}}) {
+        aim.limit = limitOf(room, slack);
         Choice const choice = search(root, aim);
         if (choice.found) {
             return choice.cut;
@@ -60,74 +84,89 @@ std::optional<Cut> WindowPolicy::makeRoom(ClientTrie& /*trie*/, RouteNode* root,
     return std::nullopt;
 }
 
-std::optional<Cut> WindowPolicy::shrink(ClientTrie& /*trie*/, RouteNode* root, Room const& room) {
+std::optional<Cut> WindowPolicy::shrink(ClientTrie& trie, RouteNode* root, Room const& room) {
     U32 const routes = root->partitionRouteCount();
     U32 const step = std::max(room.bucketRoutes / 16, U32{1});
     if (routes % step != 0 || root->parent() == nullptr) {
         return std::nullopt;
     }
+    Effort const effort = this->effort(trie, room);
     Aim aim;
     aim.bound = room.bucketRoutes;
-    aim.limit = std::max(room.bucketRoutes -
-                             static_cast<U32>(U64{room.bucketRoutes} * weights_.slack / 1000),
-                         U32{1});
+    aim.pieces = effort.pieces;
+    aim.limit = limitOf(room, effort.slack);
     aim.save = true;
     aim.freshBuckets = room.freshBuckets;
     Choice const choice = search(root, aim);
     return choice.found ? std::optional(choice.cut) : std::nullopt;
 }
 
+/** The cheapest cut of windows that grow from the partition at `root`. */
 WindowPolicy::Choice WindowPolicy::search(RouteNode* root, Aim const& aim) {
-    Choice best = tryWindow({root}, aim);
+    Choice best;
+    tryWindow({root}, aim, best);
     std::vector<RouteNode*> roots{root};
-    for (U32 pieces = 2; pieces <= weights_.pieces; ++pieces) {
-        Choice wider;
-        for (RouteNode* const neighbour : neighboursOf(roots)) {
-            std::vector<RouteNode*> more = roots;
-            more.push_back(neighbour);
-            Choice choice = tryWindow(std::move(more), aim);
-            if (wider.roots.empty() ||
-                (choice.found && (!wider.found || choice.cost < wider.cost))) {
-                wider = std::move(choice);
-            }
-        }
+    std::vector<RouteNode*> nested = nestedRoots(root);
+    Aim wideAim = aim;
+    wideAim.growth = 0;  // for another bucket the full partition is split alone
+    for (U32 pieces = 2; pieces <= aim.pieces; ++pieces) {
+        Choice wider = widen(roots, nested, wideAim);
         if (wider.roots.empty()) {
             break;
         }
+        // What is nested in the partition that has come are neighbours now.
+        auto const hasCome =
+            std::find_if(wider.roots.begin(), wider.roots.end(), [&](RouteNode* at) {
+                return std::find(roots.begin(), roots.end(), at) == roots.end();
+            });
+        std::vector<RouteNode*> const more = nestedRoots(*hasCome);
+        nested.insert(nested.end(), more.begin(), more.end());
         roots = wider.roots;
+        nested.erase(std::remove_if(nested.begin(), nested.end(),
+                                    [&](RouteNode* at) {
+                                        return std::find(roots.begin(), roots.end(), at) !=
+                                               roots.end();
+                                    }),
+                     nested.end());
         if (wider.found && (!best.found || wider.cost < best.cost)) {
             best = std::move(wider);
+            if (weights_.firstFit) {
+                break;
+            }
         }
     }
     return best;
 }
 
-/** The smallest partitions around a window; the one above it in any case. */
-std::vector<RouteNode*> WindowPolicy::neighboursOf(std::vector<RouteNode*> const& roots) const {
-    std::vector<RouteNode*> found;
-    for (RouteNode* const root : roots) {
-        for (RouteNode* const nested : nestedRoots(root)) {
-            if (std::find(roots.begin(), roots.end(), nested) == roots.end()) {
-                found.push_back(nested);
-            }
-        }
-    }
-    std::size_t const most = std::min<std::size_t>(found.size(), weights_.neighbours);
-    std::partial_sort(found.begin(), found.begin() + static_cast<std::ptrdiff_t>(most), found.end(),
-                      [](RouteNode const* a, RouteNode const* b) {
-                          return a->partitionRouteCount() < b->partitionRouteCount();
-                      });
-    found.resize(most);
+/**
+ * The best window of one partition more: one of the smallest that are nested in it, or the one
+ * above it. Where none can be cut, the first one. No roots: there is no neighbour.
+ */
+WindowPolicy::Choice WindowPolicy::widen(std::vector<RouteNode*> const& roots,
+                                         std::vector<RouteNode*> const& nested, Aim const& aim) {
+    std::vector<RouteNode*> neighbours(std::min<std::size_t>(nested.size(), weights_.neighbours));
+    std::partial_sort_copy(nested.begin(), nested.end(), neighbours.begin(), neighbours.end(),
+                           [](RouteNode const* a, RouteNode const* b) {
+                               return a->partitionRouteCount() < b->partitionRouteCount();
+                           });
     if (LpmTrie::Node* const above = roots.front()->parent(); above != nullptr) {
-        found.push_back(partitionRootOf(above));
+        neighbours.push_back(partitionRootOf(above));
     }
-    return found;
+    Choice best;
+    for (RouteNode* const neighbour : neighbours) {
+        std::vector<RouteNode*> more = roots;
+        more.push_back(neighbour);
+        sortRoots(more);
+        tryWindow(std::move(more), aim, best);
+    }
+    return best;
 }
 
-WindowPolicy::Choice WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim aim) {
-    Choice best;
-    sortRoots(roots);
-    best.roots = roots;
+/** `roots` in pre-order. */
+void WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim const& aim, Choice& best) {
+    if (best.roots.empty()) {
+        best.roots = roots;
+    }
     std::size_t const pieces = roots.size();
     std::size_t const most = aim.save ? pieces - 1 : pieces + aim.growth;
     U64 routes = 0;
@@ -135,40 +174,19 @@ WindowPolicy::Choice WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim 
         routes += root->partitionRouteCount();
     }
     if (routes > most * aim.limit) {
-        return best;
+        return;
     }
-    std::vector<U32> sizes;
-    sizes.reserve(pieces);
-    for (RouteNode const* const root : roots) {
-        sizes.push_back(root->partitionRouteCount());
-    }
-    aim.worthBefore = worth(sizes, aim);
     Window const window(std::move(roots), std::max(aim.bound / grainsPerBucket, U32{1}), ++mark_);
+    U32 const incoming = aim.incoming != nullptr ? window.itemAround(aim.incoming) : noPiece;
     for (Attempt const& attempt : attempts) {
         U32 const limit = std::max(part(aim.limit, attempt.limit), U32{1});
         if (cutter_.cut(window, limit, part(aim.bound, attempt.keep), most)) {
-            consider(window, aim, best);
+            consider(window, aim, incoming, best);
         }
     }
-    return best;
 }
 
-/**
- * Where routes come all over the table, a piece of s routes in a bucket of n fills after it has
- * grown by n / s: by the logarithm of that it puts off the next recut.
- */
-double WindowPolicy::worth(std::vector<U32> const& sizes, Aim const& aim) const {
-    if (aim.balance == 0) {
-        return 0;
-    }
-    double sum = 0;
-    for (U32 const size : sizes) {
-        sum += std::log(static_cast<double>(aim.bound) / std::max(size, U32{1}));
-    }
-    return sum * aim.bound * aim.balance / 100;
-}
-
-void WindowPolicy::consider(Window const& window, Aim const& aim, Choice& best) {
+void WindowPolicy::consider(Window const& window, Aim const& aim, U32 incomingItem, Choice& best) {
     cutter_.judge(window, trial_);
     if (trial_.largest() > aim.limit) {
         return;
@@ -176,8 +194,11 @@ void WindowPolicy::consider(Window const& window, Aim const& aim, Choice& best) 
     double const bound = aim.bound;
     double const growth =
         static_cast<double>(trial_.sizes.size()) - static_cast<double>(window.roots().size());
-    double const price =
-        growth * bound * weights_.bucketPrice / 100 - worth(trial_.sizes, aim) + aim.worthBefore;
+    double price = growth * bound * weights_.bucketPrice / 100;
+    if (incomingItem != noPiece) {
+        U32 const filled = trial_.sizes[cutter_.pieceOf(incomingItem)];
+        price -= (bound - filled) * aim.roomWorth / 100;
+    }
     auto moves = static_cast<double>(trial_.moves);
     if (best.found && moves + price >= best.cost) {
         return;
@@ -189,9 +210,7 @@ void WindowPolicy::consider(Window const& window, Aim const& aim, Choice& best) 
     bool const pays = !aim.save || moves <= -growth * bound * weights_.mergePrice / 100;
     if (pays && plan.freshBuckets <= aim.freshBuckets &&
         (!best.found || moves + price < best.cost)) {
-        best.found = true;
-        best.cost = moves + price;
-        best.cut = std::move(cut);
+        best = {window.roots(), std::move(cut), moves + price, true};
     }
 }
 

@@ -5,19 +5,35 @@
 
 namespace LpmClient {
 
-/** What a window policy weighs. */
-struct WindowWeights {
+/** How much is tried for a bucket less. */
+struct Effort {
     /** Most partitions that are cut anew together. */
     U32 pieces = 4;
-    /** Neighbours tried at each size of the window. */
-    U32 neighbours = 6;
     /** Parts in a thousand of a bucket that stay free in every piece that is cut. */
     U32 slack = 110;
-    /** What a bucket more costs, in hundredths of its bound, weighed against moved routes. */
+};
+
+/** What a window policy weighs. Hundredths where nothing else is said. */
+struct WindowWeights {
+    /** While few moves have been made. */
+    Effort ample;
+    /** Once the moves allowed are spent. */
+    Effort scarce;
+    /** Moves allowed for each route; none: the effort is always ample. */
+    U32 budget = 0;
+    /** Moves allowed for each withdrawal besides. */
+    U32 withdrawalBudget = 10;
+    /** From this part of the moves allowed on, the effort falls. */
+    U32 ease = 80;
+    /** Neighbours tried at each size of the window, and the partition above it. */
+    U32 neighbours = 3;
+    /** Whether the smallest window wins in which the routes find room, or wider ones compete. */
+    bool firstFit = true;
+    /** What a bucket more costs, of its bound, weighed against moved routes. */
     U32 bucketPrice = 400;
-    /** What a cut is worth that leaves pieces emptier, in hundredths: see `worth`. */
-    U32 balance = 0;
-    /** Most routes moved for each bucket that a withdrawal may save, in hundredths of its bound. */
+    /** What room for another route in the incoming one's piece is worth, of a moved route. */
+    U32 roomWorth = 70;
+    /** Most routes moved for each bucket that a withdrawal may save, of its bound. */
     U32 mergePrice = 50;
 };
 
@@ -25,7 +41,10 @@ struct WindowWeights {
  * Cuts a few neighbouring partitions anew as one tree, so that another bucket is taken only where
  * none of them can be spared. Windows grow from the full partition by one neighbour at a time; in
  * each, cuts of several limits are tried, with and without the present roots, and the cheapest
- * wins: moved routes, and a price for a bucket more.
+ * wins: moved routes, a price for a bucket more, and less for room where routes come.
+ *
+ * With a budget it keeps account of the moves made: what has not been spent on one part
+ * of the table makes the cuts of another better.
  */
 class WindowPolicy : public Policy {
 public:
@@ -34,6 +53,7 @@ public:
 
     std::optional<Cut> makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,
                                 Room const& room) override;
+    void madeRoom() noexcept override { arrivals_ = next_; }
     std::optional<Cut> shrink(ClientTrie& trie, RouteNode* root, Room const& room) override;
 
 private:
@@ -47,27 +67,36 @@ private:
     struct Aim {
         U32 limit = 0;           // routes of a piece
         U32 bound = 0;           // routes of a bucket
+        U32 pieces = 1;          // most partitions of a window
         std::size_t growth = 0;  // pieces more than now, at most
         bool save = false;       // only cuts with fewer pieces
         U32 freshBuckets = 0;    // as many there are
+        U32 roomWorth = 0;       // see WindowWeights
         RouteNode const* incoming = nullptr;
-        U32 balance = 0;         // see WindowWeights
-        double worthBefore = 0;  // of the window's pieces as they are
     };
 
+    /** What the routes that found no room tell of the order in which routes come. */
+    struct Arrivals {
+        Nimbal::IpGenPrefix last;
+        U32 ascending = 0;  // weighted: 1024 when all of the last ones came in address order
+
+        bool inOrder() const noexcept { return ascending > 900 || ascending < 64; }
+        Arrivals after(Nimbal::IpGenPrefix const& prefix) const noexcept;
+    };
+
+    Effort effort(ClientTrie const& trie, Room const& room) const;
     Choice search(RouteNode* root, Aim const& aim);
-    Choice tryWindow(std::vector<RouteNode*> roots, Aim aim);
-    double worth(std::vector<U32> const& sizes, Aim const& aim) const;
-    void consider(Window const& window, Aim const& aim, Choice& best);
-    std::vector<RouteNode*> neighboursOf(std::vector<RouteNode*> const& roots) const;
-    void noteArrival(RouteNode const* incoming);
+    Choice widen(std::vector<RouteNode*> const& roots, std::vector<RouteNode*> const& nested,
+                 Aim const& aim);
+    void tryWindow(std::vector<RouteNode*> roots, Aim const& aim, Choice& best);
+    void consider(Window const& window, Aim const& aim, U32 incomingItem, Choice& best);
 
     WindowWeights const weights_;
     Cutter cutter_;
     Trial trial_;
     U32 mark_ = 0;
-    Nimbal::IpGenPrefix last_;
-    U32 ascending_ = 0;  // of the last overflows, weighted: 1024 when all came in address order
+    Arrivals arrivals_;
+    Arrivals next_;  // with the route in hand
 };
 
 }  // namespace LpmClient

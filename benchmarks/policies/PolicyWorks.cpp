@@ -69,15 +69,12 @@ Figures announceAll(Bench& bench, std::span<Nimbal::IpGenPrefix const> prefixes)
 
 }  // namespace
 
-double Figures::worstRatio() const noexcept {
-    double worst = 0;
-    for (Tenth const& tenth : tenths) {
-        worst = std::max(worst, tenth.ratio());
-    }
-    return worst;
+Tenth const& Figures::worst() const {
+    return *std::max_element(tenths.begin(), tenths.end(),
+                             [](Tenth const& a, Tenth const& b) { return a.ratio() < b.ratio(); });
 }
 
-double Figures::worstMoves() const noexcept {
+double Figures::mostMoves() const noexcept {
     double worst = 0;
     for (Tenth const& tenth : tenths) {
         worst = std::max(worst, tenth.movesEach(tenth.updates));

@@ -35,9 +35,10 @@ struct Figures {
     std::vector<Tenth> tenths;
     double microseconds = 0;  // each update, in the client with a chip that does nothing
 
-    double worstRatio() const noexcept;
-    /** Moves each update, the most at any tenth. */
-    double worstMoves() const noexcept;
+    /** The tenth with the highest ratio. */
+    Tenth const& worst() const;
+    /** Moves each update since the start, the most at any tenth. */
+    double mostMoves() const noexcept;
 };
 
 using MakePolicy = std::function<std::unique_ptr<LpmClient::Policy>()>;

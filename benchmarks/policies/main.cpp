@@ -1,17 +1,18 @@
 /*
  * Measures the client's policies: buckets as a ratio to the fewest possible, the worst of ten
  * tenths of a work, against moved routes. One line of CSV for each work, family, bucket, seed and
- * policy.
+ * policy; such lines, from as many runs as there were, become the document and its pictures.
  */
 
 #include "PolicyReport.h"
 
+#include <client/HalvingPolicy.h>
 #include <client/WindowPolicy.h>
 #include <benchmarks/TableChoice.h>
 
 #include <CLI/CLI.hpp>
 
-#include <iomanip>
+#include <algorithm>
 #include <iostream>
 #include <sstream>
 
@@ -31,107 +32,111 @@ struct Options {
     U64 replacements = 1000000;
     U32 ipv4 = 1000000;
     U32 ipv6 = 200000;
+    int family = 0;    // 4 or 6, or both
     std::string docs;  // a directory to write the report to
 };
 
-/** A policy's name, or a window policy's weights: "window:pieces,neighbours,slack,price,merge". */
+/**
+ * A policy's name, or a setting of a family: "window:pieces/slack", "half:share",
+ * "redistribute:share".
+ */
 PolicyFigures::MakePolicy policyMaker(std::string const& name) {
-    std::string const head = "window:";
-    if (name.rfind(head, 0) != 0) {
+    std::size_t const colon = name.find(':');
+    if (colon == std::string::npos) {
         LpmClient::makePolicy(name);  // a wrong name is told at once
         return [name] { return LpmClient::makePolicy(name); };
     }
-    LpmClient::WindowWeights weights;
-    std::istringstream numbers(name.substr(head.size()));
-    char comma = 0;
-    numbers >> weights.pieces >> comma >> weights.neighbours >> comma >> weights.slack >> comma >>
-        weights.bucketPrice >> comma >> weights.mergePrice;
-    if (!numbers) {
-        throw std::invalid_argument(name + ": a window policy has five weights");
+    std::string const family = name.substr(0, colon);
+    std::istringstream numbers(name.substr(colon + 1));
+    U32 first = 0;
+    numbers >> first;
+    if (family == "window") {
+        LpmClient::WindowWeights weights;
+        weights.ample.pieces = first;
+        char slash = 0;
+        numbers >> slash >> weights.ample.slack;
+        if (numbers) {
+            return [weights] { return std::make_unique<LpmClient::WindowPolicy>(weights); };
+        }
+    } else if (numbers && (family == "half" || family == "redistribute")) {
+        bool const redistribute = family == "redistribute";
+        return [=] { return std::make_unique<LpmClient::HalvingPolicy>(redistribute, first); };
     }
-    return [weights] { return std::make_unique<LpmClient::WindowPolicy>(weights); };
-}
-
-using PolicyFigures::Report;
-
-/** Prints a line, and adds it to the report. */
-void tell(Report& report, std::string const& work, Setting const& setting,
-          std::string const& policy, Figures const& figures, U64 updatesEach) {
-    PolicyFigures::Row const row{work,
-                                 setting.af,
-                                 setting.bucketRoutes,
-                                 policy,
-                                 figures.worstRatio(),
-                                 figures.worstMoves() * static_cast<double>(updatesEach),
-                                 figures.microseconds};
-    report.add(row);
-    auto const& last = figures.tenths.back();
-    std::cout << work << ',' << (setting.af == Nimbal::AddressFamily::ipv6 ? "IPv6" : "IPv4") << ','
-              << setting.bucketRoutes << ',' << setting.seed << ",\"" << policy << "\","
-              << std::fixed << std::setprecision(4) << row.worstRatio << ',' << last.ratio() << ','
-              << row.worstMoves << ',' << last.movesEach(last.updates / updatesEach) << ','
-              << std::setprecision(2) << row.microseconds << std::endl;
+    throw std::invalid_argument(name + ": not the setting of a policy");
 }
 
 bool asked(Options const& options, char const* work) {
     return std::find(options.works.begin(), options.works.end(), work) != options.works.end();
 }
 
+/** Prints the row of one work. Figures of a work of replacements count two updates each. */
+void tell(std::string const& work, Setting const& setting, std::string const& policy,
+          Figures const& figures, U64 updatesEach, double library = 0) {
+    auto const& last = figures.tenths.back();
+    PolicyFigures::Row row;
+    row.work = work;
+    row.af = setting.af;
+    row.bucketRoutes = setting.bucketRoutes;
+    row.seed = setting.seed;
+    row.policy = policy;
+    row.worstRatio = figures.worst().ratio();
+    row.optimumThere = figures.worst().optimum;
+    row.moves = last.movesEach(last.updates / updatesEach);
+    row.mostMoves = figures.mostMoves() * static_cast<double>(updatesEach);
+    row.routes = last.routes;
+    row.updates = last.updates / updatesEach;
+    row.microseconds = figures.microseconds;
+    row.libraryMicroseconds = library;
+    std::cout << PolicyFigures::csv(row) << std::endl;
+}
+
 void measure(Options const& options, Setting const& setting, std::string const& policy,
-             PolicyFigures::Prefixes const& table, Report& report) {
-    bool const first = setting.seed == options.seeds.front();
-    if (asked(options, "download") && first) {
-        tell(report, "download", setting, policy, PolicyFigures::download(setting, table), 1);
+             PolicyFigures::Prefixes const& table) {
+    if (asked(options, "time")) {
+        double const library = PolicyFigures::libraryMicroseconds(table);
+        tell("time", setting, policy, PolicyFigures::randomOrder(setting, table, 0).load, 1,
+             library);
     }
-    if (asked(options, "address") && first) {
-        tell(report, "address", setting, policy, PolicyFigures::addressOrder(setting, table), 1);
+    if (asked(options, "download")) {
+        tell("download", setting, policy, PolicyFigures::download(setting, table), 1);
+    }
+    if (asked(options, "address")) {
+        tell("address", setting, policy, PolicyFigures::addressOrder(setting, table), 1);
     }
     if (asked(options, "random")) {
-        tell(report, "random", setting, policy, PolicyFigures::randomOrder(setting, table, 0).load,
-             1);
+        tell("random", setting, policy, PolicyFigures::randomOrder(setting, table, 0).load, 1);
     }
-    bool const replaced = setting.bucketRoutes == 64 || setting.bucketRoutes == 512;
-    if (asked(options, "replacements") && replaced) {
+    if (asked(options, "replacements")) {
         auto const figures = PolicyFigures::randomOrder(setting, table, options.replacements);
-        tell(report, "replacements", setting, policy, figures.replacements, 2);
+        tell("replacements", setting, policy, figures.replacements, 2);
     }
 }
 
 void run(Options& options) {
+    if (!options.docs.empty()) {
+        PolicyFigures::writeReport(PolicyFigures::readRows(std::cin), options.docs);
+        return;
+    }
     if (options.policies.empty()) {
         for (auto const& policy : LpmClient::policies()) {
             options.policies.emplace_back(policy.name);
         }
     }
-    Report report;
-    report.seeds = options.seeds;
-    report.replacements = options.replacements;
     LpmTools::Table const table =
         LpmBenchmarks::readOrGenerate(options.tables, options.ipv4, options.ipv6, 1);
-    report.table = std::to_string(table.ipv4.size()) + " of IPv4 and " +
-                   std::to_string(table.ipv6.size()) + " of IPv6, " +
-                   (options.tables.empty() ? "generated" : "a full Internet table");
-    std::cout << "work,family,bucket,seed,policy,worst ratio,final ratio,worst moves,final moves,"
-                 "microseconds an update\n";
     for (auto const* prefixes : {&table.ipv6, &table.ipv4}) {
-        if (!prefixes->empty()) {
-            report.library.push_back(
-                {prefixes->front().af(), PolicyFigures::libraryMicroseconds(*prefixes)});
+        auto const family = prefixes == &table.ipv6 ? 6 : 4;
+        if (prefixes->empty() || (options.family != 0 && options.family != family)) {
+            continue;
         }
         for (U32 const bucket : options.buckets) {
             for (std::string const& policy : options.policies) {
                 for (U64 const seed : options.seeds) {
-                    if (!prefixes->empty()) {
-                        measure(options,
-                                {prefixes->front().af(), bucket, seed, policyMaker(policy)}, policy,
-                                *prefixes, report);
-                    }
+                    measure(options, {prefixes->front().af(), bucket, seed, policyMaker(policy)},
+                            policy, *prefixes);
                 }
             }
         }
-    }
-    if (!options.docs.empty()) {
-        PolicyFigures::writeReport(report, options.docs);
     }
 }
 
@@ -144,11 +149,14 @@ int main(int argumentCount, char** arguments) {
     app.add_option("--bucket", options.buckets, "Routes a bucket");
     app.add_option("--seed", options.seeds, "Seeds of the orders");
     app.add_option("--policy", options.policies, "Policies by name; none: all");
-    app.add_option("--work", options.works, "Of download, random, address, replacements");
+    app.add_option("--work", options.works, "Of download, random, address, replacements, time");
+    app.add_option("--family", options.family, "4 or 6; none: both");
     app.add_option("--replacements", options.replacements, "How many");
     app.add_option("--ipv4", options.ipv4, "Routes to generate");
     app.add_option("--ipv6", options.ipv6, "Routes to generate");
-    app.add_option("--docs", options.docs, "Directory to write policies.md and its pictures to");
+    app.add_option(
+        "--docs", options.docs,
+        "Directory to write policies.md and its pictures to, from lines on standard input");
     CLI11_PARSE(app, argumentCount, arguments);
     try {
         run(options);
