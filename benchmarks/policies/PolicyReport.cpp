@@ -154,7 +154,7 @@ private:
                "written again into\nanother bucket though they did not change. \"1.05 at 0.90 "
                "(0.95)\" is at most 5 % more buckets than the\nfewest at any tenth of the work, 0.90 "
                "moves over all of it, and 0.95 from the start up to the tenth\nwhere that is "
-               "highest. The worst of the seeds is shown.\n\nRoutes:";
+               "highest. An empty cell has not been measured. The worst of the seeds is shown.\n\nRoutes:";
         for (auto const& [af, routes] : routes_) {
             text_ << (af == routes_.begin()->first ? " " : " and ") << routes << " of "
                   << familyName(af);
@@ -182,14 +182,14 @@ private:
 
     /** Each goal, and the row that reaches it or comes nearest. */
     void aims() {
-        text_
-            << "\n## What is aimed at\n\nFor each aim the named policy or setting that reaches it, "
-               "or else comes nearest. Buckets come whole: the\nlast column tells what a single "
-               "one is, at the tenth where that policy is worst.\n\n"
-            << "| Work | Aim | | Policy | Reached | One bucket |\n|---|---|---|---|---|---|\n";
+        text_ << "\n## What is aimed at\n\nFor each aim the policy that reaches it, "
+                 "or else comes nearest. Buckets come whole: the\nlast column tells what a single "
+                 "one is, at the tenth where that policy is worst.\n\n"
+              << "| Work | Aim | | Policy | Reached | One bucket |\n|---|---|---|---|---|---|\n";
         for (Goal const& goal : goals) {
             for (auto const& [af, bucketRoutes] : tables_) {
-                auto const rows = rowsOf(rows_, goal.work, af, bucketRoutes);
+                auto rows = rowsOf(rows_, goal.work, af, bucketRoutes);
+                std::erase_if(rows, [](Row const& row) { return !isNamed(row.policy); });
                 if (rows.empty() || (goal.bucketRoutes != 0 && goal.bucketRoutes != bucketRoutes)) {
                     continue;
                 }
