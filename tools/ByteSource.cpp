@@ -133,6 +133,9 @@ public:
         stream_.next_out = reinterpret_cast<Bytef*>(out.data());
         stream_.avail_out = static_cast<uInt>(out.size());
         int const result = ::inflate(&stream_, Z_NO_FLUSH);
+        if (result == Z_MEM_ERROR) {
+            throw std::bad_alloc();
+        }
         bool const good = result == Z_OK || result == Z_STREAM_END || result == Z_BUF_ERROR;
         return {in.size() - stream_.avail_in, out.size() - stream_.avail_out,
                 result == Z_STREAM_END, !good};
@@ -162,6 +165,9 @@ public:
         stream_.next_out = out.data();
         stream_.avail_out = static_cast<unsigned>(out.size());
         int const result = ::BZ2_bzDecompress(&stream_);
+        if (result == BZ_MEM_ERROR) {
+            throw std::bad_alloc();
+        }
         return {in.size() - stream_.avail_in, out.size() - stream_.avail_out,
                 result == BZ_STREAM_END, result != BZ_OK && result != BZ_STREAM_END};
     }

@@ -12,6 +12,8 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <exception>
 #include <sstream>
 #include <string_view>
 
@@ -61,6 +63,20 @@ private:
     Work work_;
 };
 
+/** The JSON library's destructors ask for memory, and cannot tell that there is none. */
+[[noreturn]] void terminate() {
+    try {
+        if (auto const error = std::current_exception()) {
+            std::rethrow_exception(error);
+        }
+    } catch (std::bad_alloc const&) {
+        std::_Exit(fail("out of memory", statusFailed));
+    } catch (...) {
+        // Whatever else it is, a core tells more.
+    }
+    std::abort();
+}
+
 }  // namespace
 
 int runCommand(int argumentCount, char const* const* arguments) {
@@ -69,6 +85,7 @@ int runCommand(int argumentCount, char const* const* arguments) {
     // So is a file that must not grow any more.
     std::signal(SIGXFSZ, SIG_IGN);
     sealClosedStreams();
+    std::set_terminate(terminate);
     // Known before there is a parser, for which there may be no memory.
     bool const isDiff = argumentCount > 1 && std::string_view(arguments[1]) == "diff";
     int const failed = isDiff ? statusUndecided : statusFailed;

@@ -1,17 +1,9 @@
 #include <tools/CommandLine.h>
 
-#include <tools/Output.h>
 #include <tools/RouteGenerator.h>
 #include <tools/Xoshiro.h>
 
-#include <iostream>
-
 namespace LpmTools {
-
-int fail(std::string const& why, int status) {
-    std::cerr << "lpmtrie: " << onOneLine(why) << '\n';
-    return status;
-}
 
 std::array<CLI::Option*, 2> addSizeOptions(CLI::App& app, Source& source) {
     return {addNumber(app, "--ipv4", source.ipv4, "IPv4 routes to generate"),

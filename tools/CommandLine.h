@@ -1,6 +1,7 @@
 #pragma once
 
 #include <client/Hardware.h>
+#include <tools/ExitStatus.h>
 #include <tools/TableReader.h>
 
 #include <CLI/CLI.hpp>
@@ -18,16 +19,6 @@
  */
 
 namespace LpmTools {
-
-constexpr int statusDone = 0;
-constexpr int statusFailed = 1;
-constexpr int statusMisused = 2;
-// Of `diff`, whose caller must not take a failure for an answer: all of them are the second.
-constexpr int statusDifferent = 1;
-constexpr int statusUndecided = 2;
-
-/** Tells in one line on standard error what is wrong; answers `status`. */
-int fail(std::string const& why, int status);
 
 /** What the command line asks for; answers the exit status. */
 using Work = std::function<int()>;

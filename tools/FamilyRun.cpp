@@ -79,6 +79,7 @@ void FamilyRun::takeOneByOne(std::vector<Route> const& routes) {
         }
         progress.step();
     }
+    retry();
 }
 
 void FamilyRun::apply(RouteEvent const& event) {
@@ -139,7 +140,7 @@ void FamilyRun::endUpdates() {
 }
 
 void FamilyRun::retry() {
-    if (manager_.owed().empty()) {
+    if (manager_.settled()) {
         return;
     }
     auto const before = manager_.owed();
@@ -157,7 +158,9 @@ void FamilyRun::retry() {
 }
 
 void FamilyRun::checkAnswers(U64 random, Xoshiro& numbers) {
+    U64 const before = plan_.answers.addresses;
     LpmTools::checkAnswers(chip_, plan_.af, right_, random, numbers, plan_.answers);
+    plan_.answers.rounds.push_back({updates_, manager_.routes(), plan_.answers.addresses - before});
 }
 
 void FamilyRun::sample(bool withOptimum) {

@@ -45,7 +45,7 @@ public:
      * Takes in a whole table at once. False, and nothing done, when there is no room for all of it.
      */
     bool download(std::vector<LpmClient::Route> const& routes);
-    /** One route after the other, with a sample at every tenth. */
+    /** One route after the other, with a sample at every tenth; tries once more what is owed. */
     void takeOneByOne(std::vector<LpmClient::Route> const& routes);
     /**
      * `total` events will come, or 0: nobody knows how many. Samples are taken at up to 100 even

@@ -34,6 +34,8 @@ public:
     NextHop const* nextHop(Nimbal::IpGenPrefix const& prefix) const;
     U64 routes() const noexcept { return routes_.size(); }
     U64 paths() const noexcept { return paths_.size(); }
+    /** Whether it is the next hop of a live path. */
+    bool leadsTo(NextHop const& nextHop) const { return hops_.find(nextHop) != hops_.none; }
     /** Different next hops of live paths. */
     U64 nextHops() const noexcept { return hops_.size(); }
     /** Bytes held. They are used again, but not given back before the end. */

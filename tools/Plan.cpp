@@ -141,6 +141,7 @@ void Plan::finish(PlanReport& report) {
     report.start = start_;
     report.bucketRoutes = options_.bucketRoutes;
     report.bucketLimit = options_.buckets;
+    report.bucketsUsed = chip_.bucketsUsed();
     report.families.clear();
     for (auto const& run : families_) {
         if (run) {
@@ -154,7 +155,7 @@ LpmClient::PartitionManager* Plan::manager(AddressFamily af) noexcept {
     return run ? &run->manager() : nullptr;
 }
 
-std::vector<LpmClient::PartitionManager*> Plan::managers() noexcept {
+std::vector<LpmClient::PartitionManager*> Plan::managers() {
     std::vector<LpmClient::PartitionManager*> managers;
     for (auto const& run : families_) {
         if (run) {

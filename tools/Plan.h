@@ -51,7 +51,7 @@ public:
     /** Null for a family that has had no route. */
     LpmClient::PartitionManager* manager(Nimbal::AddressFamily af) noexcept;
     /** Those that there are, IPv4 first. */
-    std::vector<LpmClient::PartitionManager*> managers() noexcept;
+    std::vector<LpmClient::PartitionManager*> managers();
     /** What is wrong at the end, a line each; none when all is right. */
     std::vector<std::string> troubles() const;
 

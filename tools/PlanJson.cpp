@@ -36,13 +36,21 @@ Json sampleJson(PlanSample const& sample) {
             {"optimum", orNull(sample.optimum)}};
 }
 
-Json writesJson(LpmClient::WriteCounts const& writes) {
-    Json json{{"total", writes.total()}, {"refused", writes.totalRefused()}};
+Json writesJson(U64 total, std::array<U64, LpmClient::writeKinds> const& writes) {
+    Json json{{"total", total}};
     for (std::size_t kind = 0; kind < LpmClient::writeKinds; ++kind) {
-        json[std::string(LpmClient::text(static_cast<LpmClient::WriteKind>(kind)))] =
-            writes.done[kind];
+        json[std::string(LpmClient::text(static_cast<LpmClient::WriteKind>(kind)))] = writes[kind];
     }
     return json;
+}
+
+Json roundsJson(AnswerCheck const& check) {
+    Json rounds = Json::array();
+    for (AnswerRound const& round : check.rounds) {
+        rounds.push_back(
+            {{"update", round.update}, {"routes", round.routes}, {"addresses", round.addresses}});
+    }
+    return rounds;
 }
 
 Json lengthsJson(FamilyPlan const& plan) {
@@ -78,13 +86,15 @@ Json familyJson(FamilyPlan const& plan) {
               {"merges", plan.counts.merges},
               {"shifts", plan.counts.shifts},
               {"moves", plan.counts.moves}}},
-            {"writes", writesJson(plan.writes)},
+            {"writes", writesJson(plan.writes.total(), plan.writes.done)},
+            {"refusedWrites", writesJson(plan.writes.totalRefused(), plan.writes.refused)},
             {"owed", plan.owed},
             {"differences", plan.differences},
             {"answers",
              {{"addresses", plan.answers.addresses},
               {"wrong", plan.answers.wrong},
-              {"firstWrong", plan.answers.firstWrong}}},
+              {"firstWrong", plan.answers.firstWrong},
+              {"rounds", roundsJson(plan.answers)}}},
             {"seconds", plan.seconds},
             {"samples", samples}};
 }
@@ -94,6 +104,8 @@ Json familyJson(FamilyPlan const& plan) {
 std::string planJson(PlanReport const& report) {
     Json document{{"bucketRoutes", report.bucketRoutes},
                   {"bucketLimit", report.bucketLimit},
+                  {"bucketsUsed", report.bucketsUsed},
+                  {"bucketsFree", freeBuckets(report)},
                   {"policy", report.policy},
                   {"start", report.start},
                   {"seed", orNull(report.seed)},

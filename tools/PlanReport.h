@@ -30,8 +30,16 @@ struct PlanSample {
     bool operator==(PlanSample const&) const noexcept = default;
 };
 
+/** One comparison of the chip's answers: before the updates, on the way or after them. */
+struct AnswerRound {
+    U64 update = 0;  // so many had come
+    U64 routes = 0;
+    U64 addresses = 0;  // the first and the last one of each route, and random ones
+};
+
 /** How the chip's answers compare with a brute-force longest match. */
 struct AnswerCheck {
+    std::vector<AnswerRound> rounds;
     U64 addresses = 0;
     U64 wrong = 0;
     std::string firstWrong;  // address, the chip's answer and the right one
@@ -76,6 +84,7 @@ struct PlanReport {
     std::string start;  // "download" or "one by one": how the tables were taken in
     U32 bucketRoutes = 0;
     U32 bucketLimit = 0;
+    U32 bucketsUsed = 0;      // of all families
     std::optional<U64> seed;  // of a generated table
     std::vector<FamilyPlan> families;
 };
@@ -83,6 +92,10 @@ struct PlanReport {
 /** Announcements and withdrawals, those without an effect too, but not a table downloaded. */
 inline U64 updatesOf(FamilyPlan const& plan) noexcept {
     return plan.samples.empty() ? 0 : plan.samples.back().update;
+}
+
+inline U32 freeBuckets(PlanReport const& report) noexcept {
+    return report.bucketLimit - report.bucketsUsed;
 }
 
 /** The summary for a person, ending in a line feed. */

@@ -7,17 +7,16 @@ namespace LpmTools {
 
 namespace {
 
-std::string writesByKind(LpmClient::WriteCounts const& writes) {
+std::string byKind(std::array<U64, LpmClient::writeKinds> const& writes) {
     std::string text;
     for (std::size_t kind = 0; kind < LpmClient::writeKinds; ++kind) {
-        if (writes.done[kind] > 0) {
+        if (writes[kind] > 0) {
             text += (text.empty() ? "" : ", ") +
                     std::string(LpmClient::text(static_cast<LpmClient::WriteKind>(kind))) + " " +
-                    grouped(writes.done[kind]);
+                    grouped(writes[kind]);
         }
     }
-    U64 const refused = writes.totalRefused();
-    return refused == 0 ? text : text + "; " + grouped(refused) + " more refused";
+    return text;
 }
 
 /** "ratio to the best" and so on, where the fewest buckets possible are known. */
@@ -76,7 +75,11 @@ std::string familyText(FamilyPlan const& plan) {
     addLine(text, "updates", grouped(updates),
             grouped(plan.counts.added) + " routes added, " + grouped(plan.counts.changed) +
                 " next hops changed, " + grouped(plan.counts.withdrawn) + " routes withdrawn");
-    addLine(text, "writes", grouped(plan.writes.total()), writesByKind(plan.writes));
+    addLine(text, "writes", grouped(plan.writes.total()), byKind(plan.writes.done));
+    if (plan.writes.totalRefused() > 0) {
+        addLine(text, "refused writes", grouped(plan.writes.totalRefused()),
+                byKind(plan.writes.refused));
+    }
     addLine(text, "moved routes", grouped(plan.counts.moves),
             decimal(ratio(plan.counts.moves, updates), 3) + " an update, in " +
                 grouped(plan.counts.splits) + " splits, " + grouped(plan.counts.merges) +
@@ -111,9 +114,9 @@ std::string planText(PlanReport const& report) {
     for (FamilyPlan const& plan : report.families) {
         text += familyText(plan) + "\n";
     }
-    text += "buckets of " + grouped(report.bucketRoutes) + " routes, at most " +
-            grouped(report.bucketLimit) + " of them; policy " + report.policy +
-            "; table: " + report.start + "\n";
+    text += "buckets of " + grouped(report.bucketRoutes) + " routes, " +
+            grouped(report.bucketsUsed) + " in use, " + grouped(freeBuckets(report)) +
+            " free; policy " + report.policy + "; table: " + report.start + "\n";
     for (InputReport const& input : report.inputs) {
         text += inputText(input);
     }

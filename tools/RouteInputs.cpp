@@ -58,7 +58,12 @@ void describeText(TextCounts const& counts, InputReport& report) {
 }  // namespace
 
 LpmClient::NextHop NextHopNumbers::of(NextHop const& nextHop) {
-    return nextHop.size == 0 ? 0 : numbers_.try_emplace(nextHop, numbers_.size() + 1).first->second;
+    if (nextHop.size == 0) {
+        return 0;
+    }
+    auto const [known, isNew] = numbers_.try_emplace(nextHop, last_ + 1);
+    last_ += isNew ? 1U : 0U;
+    return known->second;
 }
 
 /** Of an address with a link-local one behind it, both. */
@@ -165,7 +170,16 @@ void RouteInputs::readUpdates(std::span<std::string const> paths,
             bool const hasRoute =
                 update.change == RouteChange::added || update.change == RouteChange::nextHopChanged;
             take({{update.prefix, hasRoute ? numberOf(update.prefix) : 0}, update.change});
+            forgetNextHops();
         });
+    }
+}
+
+/** Next hops that come and go again and again: half of those that are known are of the past. */
+void RouteInputs::forgetNextHops() {
+    constexpr U64 slack = 4096;
+    if (nextHops_.size() > 2 * table_.nextHops() + slack) {
+        nextHops_.keepUsed([&](NextHop const& nextHop) { return table_.leadsTo(nextHop); });
     }
 }
 

@@ -22,11 +22,20 @@ struct RouteEvent {
 class NextHopNumbers {
 public:
     LpmClient::NextHop of(NextHop const& nextHop);
-    /** The address behind a number: "192.0.2.1"; empty for a number that was not given out. */
+    /** The address behind a number: "192.0.2.1"; empty for a number that is not known. */
     std::string textOf(LpmClient::NextHop number) const;
+
+    /** Next hops that are known. */
+    U64 size() const noexcept { return numbers_.size(); }
+    /** Forgets the next hops for which `isUsed` is false. Their numbers are not given out again. */
+    template <class IsUsed>
+    void keepUsed(IsUsed const& isUsed) {
+        std::erase_if(numbers_, [&](auto const& entry) { return !isUsed(entry.first); });
+    }
 
 private:
     std::map<NextHop, LpmClient::NextHop> numbers_;
+    LpmClient::NextHop last_ = 0;
 };
 
 /** Throws InputError for the first one that cannot be opened; before long work. */
@@ -48,7 +57,10 @@ public:
      * went and came again has come the last time. Memory is bounded by the routes alive.
      */
     std::vector<LpmClient::Route> readTables(std::span<std::string const> paths);
-    /** Hands on all events, those without an effect too, as they are read. */
+    /**
+     * Hands on all events, those without an effect too, as they are read. Memory is bounded by the
+     * paths alive: a next hop of none of them may have another number when it comes again.
+     */
     void readUpdates(std::span<std::string const> paths,
                      std::function<void(RouteEvent const&)> const& take);
 
@@ -61,6 +73,7 @@ private:
     void read(std::string const& path, Take const& take);
     void leaveAlive(std::vector<Nimbal::IpGenPrefix>& added) const;
     LpmClient::NextHop numberOf(Nimbal::IpGenPrefix const& prefix);
+    void forgetNextHops();
 
     TableOptions const options_;
     MrtPeers peers_;

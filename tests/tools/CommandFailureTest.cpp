@@ -156,36 +156,6 @@ TEST_F(CommandFailureTest, damagedFileIsNamedEvenWhenKeepingGoing) {
     }
 }
 
-TEST_F(CommandFailureTest, fullDiskIsTold) {
-    Descriptor const full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
-    for (std::vector<std::string> const& arguments :
-         std::vector<std::vector<std::string>>{{"load"},
-                                               {"load", "--json"},
-                                               {"generate", "--ipv4=10", "--ipv6=0"},
-                                               {"dump"},
-                                               {"dump-partition"},
-                                               {"dump-prefix", "10.0.0.0/8"},
-                                               {"--help"},
-                                               {"load", "--help"}}) {
-        EXPECT_EQ(failureOf(arguments, {.in = table, .out = full.number()}),
-                  "1 lpmtrie: cannot write standard output: No space left on device");
-    }
-}
-
-TEST_F(CommandFailureTest, pipeThatNobodyReadsIsTold) {
-    PipeEnds pipe;
-    pipe.reading.close();
-    for (std::vector<std::string> const& arguments :
-         std::vector<std::vector<std::string>>{{"load"},
-                                               {"generate", "--ipv4=10000", "--ipv6=0"},
-                                               {"dump"},
-                                               {"dump", "--builtin", "--ipv4=20000", "--ipv6=0"},
-                                               {"--help"}}) {
-        EXPECT_EQ(failureOf(arguments, {.in = table, .out = pipe.writing.number()}),
-                  "1 lpmtrie: cannot write standard output: Broken pipe");
-    }
-}
-
 // Files and pipes opened later must not be taken for the streams that are missing.
 TEST_F(CommandFailureTest, closedStreamsStayClosed) {
     EXPECT_EQ(failureOf({"load"}, {.closed = {0}}),
@@ -198,14 +168,6 @@ TEST_F(CommandFailureTest, closedStreamsStayClosed) {
               why);
     EXPECT_EQ(run({"load", file}, {.closed = {0, 2}}).status, 0);
     EXPECT_EQ(run({"load", file}, {.closed = {0, 1, 2}}).status, 1);
-}
-
-TEST_F(CommandFailureTest, fileThatMayNotGrowIsTold) {
-    Ended const ended = runProgram(
-        {"/bin/sh", "-c", "ulimit -f 2048; exec \"$0\" generate --ipv4=200000 --ipv6=0 >\"$1\"",
-         commandPath, files_.path("out")});
-    EXPECT_EQ(ended.status, 1);
-    EXPECT_EQ(ended.err, "lpmtrie: cannot write standard output: File too large\n");
 }
 
 TEST_F(CommandFailureTest, namesThatAreNoTextReachJsonAsText) {

@@ -1,11 +1,9 @@
+#include <tests/tools/GoodRun.h>
 #include <tests/tools/MrtBytes.h>
-#include <tests/tools/RunCommand.h>
 #include <tests/tools/TemporaryFiles.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
 
 #include <regex>
 #include <sstream>
@@ -18,7 +16,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-std::string const table = "10.0.0.0/16\n2001:db8::/32\n10.1.0.0/16\n10.2.0.0/16\n";
 std::string const updates = "A 10.0.0.0/8 192.0.2.1\nW 10.1.0.0/16\nA 10.0.0.0/8 192.0.2.2\n";
 
 /** An update of one peer, with as many attributes as its routes need. */
@@ -29,28 +26,23 @@ std::string message4(char const* peer, std::string_view withdrawn, std::string_v
 
 class CommandPlanTest : public testing::Test {
 protected:
-    /** A run that must go well. */
-    static std::string outputOf(std::vector<std::string> arguments, std::string_view in = {}) {
-        arguments.insert(arguments.begin(), "plan");
-        Ended const ended = run(arguments, {.in = in});
-        EXPECT_EQ(ended.status, 0);
-        EXPECT_EQ(ended.err, "");
-        return ended.out;
+    /** Runs that must go well. */
+    static std::string planOf(std::vector<std::string> const& arguments) {
+        return outputOf(callOf("plan", arguments));
     }
-    static Json jsonOf(std::vector<std::string> arguments, std::string_view in = {}) {
-        arguments.emplace_back("--json");
-        return Json::parse(outputOf(arguments, in));
+    static Json planJsonOf(std::vector<std::string> const& arguments) {
+        return jsonOf(callOf("plan", arguments));
     }
 
     TemporaryDirectory const files_;
-    std::string const table_ = files_.write("table", table);
+    std::string const table_ = files_.write("table", smallTable);
     std::string const updates_ = files_.write("updates", updates);
 };
 
 // 10.0.0.0/8 comes above the three, 10.1.0.0/16 goes, 10.0.0.0/8 gets another next hop.
 TEST_F(CommandPlanTest, summaryTellsWhatTheTableAndTheUpdatesCost) {
     std::string const out =
-        outputOf({table_, "--updates", updates_, "--bucket", "2", "--check", "10", "--optimum"});
+        planOf({table_, "--updates", updates_, "--bucket", "2", "--check", "10", "--optimum"});
     std::string const ipv4 =
         std::regex_replace(out.substr(0, out.find("\n\n")), std::regex("( time) +[0-9.]+"), "$1 T");
     EXPECT_EQ(ipv4, R"(ipv4
@@ -74,7 +66,7 @@ TEST_F(CommandPlanTest, summaryTellsWhatTheTableAndTheUpdatesCost) {
   80-90 %                   0
   90-100 %                  1  ########################################
   every answer of the chip right, every invariant verified, chip and trie agree)");
-    EXPECT_THAT(out, EndsWith("\nbuckets of 2 routes, at most 1,048,576 of them; policy window; "
+    EXPECT_THAT(out, EndsWith("\nbuckets of 2 routes, 3 in use, 1,048,573 free; policy window; "
                               "table: download\n" +
                               table_ +
                               ": text, 4 lines, 4 announcements, 0 withdrawals, 0 with host bits "
@@ -86,7 +78,7 @@ TEST_F(CommandPlanTest, summaryTellsWhatTheTableAndTheUpdatesCost) {
 
 TEST_F(CommandPlanTest, timeLineHasASampleAfterTheTableAndAtEveryStep) {
     EXPECT_EQ(
-        outputOf({table_, "--updates", updates_, "--bucket=2", "--csv", "--check=9", "--optimum"}),
+        planOf({table_, "--updates", updates_, "--bucket=2", "--csv", "--check=9", "--optimum"}),
         "family,update,routes,buckets,fill,writes,moves,optimum\n"
         "ipv4,0,3,2,0.750000,7,0,2\n"
         "ipv4,1,4,2,1.000000,9,0,2\n"
@@ -96,8 +88,8 @@ TEST_F(CommandPlanTest, timeLineHasASampleAfterTheTableAndAtEveryStep) {
 }
 
 TEST_F(CommandPlanTest, oneByOneCountsTheTableAsAnnouncementsAndSamplesEveryTenth) {
-    std::string const out = outputOf({"--builtin", "--ipv4=2000", "--ipv6=0", "--one-by-one",
-                                      "--check=9", "--replacements=0", "--csv", "--bucket=64"});
+    std::string const out = planOf({"--builtin", "--ipv4=2000", "--ipv6=0", "--one-by-one",
+                                    "--check=9", "--replacements=0", "--csv", "--bucket=64"});
     std::vector<std::string> begins;
     std::istringstream lines(out);
     for (std::string line; std::getline(lines, line);) {
@@ -110,10 +102,12 @@ TEST_F(CommandPlanTest, oneByOneCountsTheTableAsAnnouncementsAndSamplesEveryTent
 }
 
 TEST_F(CommandPlanTest, jsonHoldsEverything) {
-    Json const report = jsonOf({table_, "--updates", updates_, "--bucket=2", "--check=10"});
+    Json const report = planJsonOf({table_, "--updates", updates_, "--bucket=2", "--check=10"});
     EXPECT_EQ(report.at("policy"), "window");
     EXPECT_EQ(report.at("start"), "download");
     EXPECT_EQ(report.at("seed"), nullptr);
+    EXPECT_EQ(report.at("bucketsUsed"), 3);
+    EXPECT_EQ(report.at("bucketsFree"), (1U << 20) - 3);
     EXPECT_EQ(report.at("inputs").at(1), (Json{{"name", updates_},
                                                {"format", "text"},
                                                {"records", 3},
@@ -127,7 +121,9 @@ TEST_F(CommandPlanTest, jsonHoldsEverything) {
     EXPECT_EQ(ipv4.at("lengths"), (Json{{"8", 1}, {"16", 2}}));
     EXPECT_EQ(ipv4.at("optimum"), nullptr);
     EXPECT_EQ(ipv4.at("writes").at("write route"), 5);
-    EXPECT_EQ(ipv4.at("answers"), (Json{{"addresses", 32}, {"wrong", 0}, {"firstWrong", ""}}));
+    EXPECT_EQ(ipv4.at("answers"), Json::parse(R"({"addresses": 32, "wrong": 0, "firstWrong": "",
+        "rounds": [{"update": 0, "routes": 3, "addresses": 16},
+                   {"update": 3, "routes": 3, "addresses": 16}]})"));
     int routes = 0;
     for (Json const& count : ipv4.at("depths")) {
         routes += count.get<int>();
@@ -139,9 +135,9 @@ TEST_F(CommandPlanTest, jsonHoldsEverything) {
 TEST_F(CommandPlanTest, everyPolicyGivesRightAnswersUnderReplacements) {
     for (char const* const policy :
          {"window", "window-tight", "window-calm", "redistribute", "half"}) {
-        Json const report =
-            jsonOf({"--builtin", "--ipv4=3000", "--ipv6=1000", "--replacements=2000", "--bucket=32",
-                    "--check=500", "--one-by-one", "--optimum", "--policy", policy});
+        Json const report = planJsonOf({"--builtin", "--ipv4=3000", "--ipv6=1000",
+                                        "--replacements=2000", "--bucket=32", "--check=500",
+                                        "--one-by-one", "--optimum", "--policy", policy});
         EXPECT_EQ(report.at("policy"), policy);
         EXPECT_EQ(report.at("seed"), 1);
         for (Json const& family : report.at("families")) {
@@ -155,8 +151,8 @@ TEST_F(CommandPlanTest, everyPolicyGivesRightAnswersUnderReplacements) {
 
 TEST_F(CommandPlanTest, sameSeedGivesTheSamePlan) {
     auto const planned = [](char const* seed) {
-        return outputOf({"--builtin", "--ipv4=1000", "--ipv6=300", "--replacements=500",
-                         "--bucket=16", "--csv", "--check=9", "--seed", seed});
+        return planOf({"--builtin", "--ipv4=1000", "--ipv6=300", "--replacements=500",
+                       "--bucket=16", "--csv", "--check=9", "--seed", seed});
     };
     EXPECT_EQ(planned("4"), planned("4"));
     EXPECT_NE(planned("4"), planned("5"));
@@ -168,7 +164,10 @@ TEST_F(CommandPlanTest, pathsOfSeveralPeersAreOneRoute) {
     std::string const one = message4("192.0.2.1", routes({"10.0.0.0/8"}), "");
     std::string const all = message4("192.0.2.2", routes({"10.0.0.0/8"}), "");
     auto const count = [&](std::string const& bytes) {
-        return jsonOf({"--updates", files_.write("mrt", bytes)}).at("families").at(0).at("routes");
+        return planJsonOf({"--updates", files_.write("mrt", bytes)})
+            .at("families")
+            .at(0)
+            .at("routes");
     };
     EXPECT_EQ(count(both), 2);
     EXPECT_EQ(count(both + one), 2);
@@ -216,7 +215,7 @@ TEST_F(CommandPlanTest, fileThatCannotBeOpenedIsToldBeforeAnyWork) {
 TEST_F(CommandPlanTest, misuseIsRefused) {
     auto const failureOf = [](std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), "plan");
-        Ended const ended = run(arguments, {.in = table});
+        Ended const ended = run(arguments, {.in = smallTable});
         EXPECT_EQ(ended.out, "");
         return std::to_string(ended.status) + " " + ended.err;
     };

@@ -1,11 +1,9 @@
+#include <tests/tools/GoodRun.h>
 #include <tests/tools/Packing.h>
-#include <tests/tools/RunCommand.h>
 #include <tests/tools/TemporaryFiles.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
 
 #include <regex>
 
@@ -28,8 +26,6 @@ std::string comparable(std::string const& report) {
 
 constexpr char const* inputLine =
     "input: 4 lines, 0 prefixes read again, 0 with host bits cleared, 0 bad lines skipped\n";
-
-std::string const smallTable = "10.0.0.0/16\n2001:db8::/32\n10.1.0.0/16\n10.2.0.0/16\n";
 
 // 0.0.0.0/0 over 10.0.0.0/14 over 10.0.0.0/15 and 10.2.0.0/16; 10.1.0.0/16 gets cut out.
 std::string const smallReport = R"(ipv4
@@ -78,18 +74,6 @@ ipv6
 
 class CommandTest : public testing::Test {
 protected:
-    /** What the command writes; fails when it fails or says anything on standard error. */
-    static std::string outputOf(std::vector<std::string> const& arguments,
-                                std::string_view in = {}) {
-        Ended const ended = run(arguments, {.in = in});
-        EXPECT_EQ(ended.status, 0);
-        EXPECT_EQ(ended.err, "");
-        return ended.out;
-    }
-    static Json jsonOf(std::vector<std::string> arguments, std::string_view in = {}) {
-        arguments.push_back("--json");
-        return Json::parse(outputOf(arguments, in));
-    }
     /** A family's figures but for times. */
     static Json figuresOf(Json family) {
         family.erase("seconds");

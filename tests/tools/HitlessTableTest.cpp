@@ -9,12 +9,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 /*
  * No packet meets a wrong answer while a whole table is built and changed: after every hardware
  * write some addresses are looked up, most of them under the prefix that was written. The table has
- * the shape of the Internet's; LPMTRIE_REAL_TABLE can name a file with a real one, a prefix a line.
+ * the shape of the Internet's; LPMTRIE_REAL_TABLE can name a file with a real one, a prefix a line,
+ * and where LPMTRIE_DATA names a directory with one, a sample of it is taken.
  */
 
 namespace {
@@ -34,10 +36,26 @@ constexpr U32 tableSize = 3'000;
 constexpr U32 tableSize = 20'000;
 #endif
 
+std::vector<IpGenPrefix> readTable(std::string const& file, AddressFamily af) {
+    auto const real = LpmTools::readTables({file}, {});
+    return af == AddressFamily::ipv6 ? real.ipv6 : real.ipv4;
+}
+
+/** So many of the prefixes that lie side by side: with the nesting that they have. */
+std::vector<IpGenPrefix> sampleOf(std::vector<IpGenPrefix> prefixes, std::size_t size) {
+    std::sort(prefixes.begin(), prefixes.end());
+    std::size_t const first = (prefixes.size() - size) / 3;
+    return {prefixes.begin() + static_cast<std::ptrdiff_t>(first),
+            prefixes.begin() + static_cast<std::ptrdiff_t>(first + size)};
+}
+
 std::vector<IpGenPrefix> table(AddressFamily af) {
     if (char const* const file = std::getenv("LPMTRIE_REAL_TABLE"); file != nullptr) {
-        auto const real = LpmTools::readTables({file}, {});
-        return af == AddressFamily::ipv6 ? real.ipv6 : real.ipv4;
+        return readTable(file, af);
+    }
+    if (char const* const directory = std::getenv("LPMTRIE_DATA"); directory != nullptr) {
+        std::string const file = std::string(directory) + "/internet-prefixes.txt.gz";
+        return sampleOf(readTable(file, af), std::size_t{3} * tableSize);
     }
     return LpmTools::generateTable(af, tableSize, 7);
 }

@@ -68,7 +68,7 @@ inline FamilyPlan madeUpFamily(Nimbal::AddressFamily af, U64 routes, std::size_t
     plan.counts = {routes, 1'207, routes / 2 + 3, 5, 4'321, 2'109, 8'765, routes * 97 / 100};
     plan.writes.done = {5'432, routes * 21 / 10, routes * 6 / 5, 7'654, 6'789, 3'456, 2'345};
     plan.writes.refused = {11, 22, 33, 44, 55, 66, 77};
-    plan.answers = {205'017, 0, {}};
+    plan.answers = {{}, 205'017, 0, {}};
     plan.seconds = static_cast<double>(routes) * 2.7e-6;
     return plan;
 }
@@ -84,6 +84,7 @@ inline PlanReport madeUpReport(std::size_t samples = 300) {
     report.start = "one by one";
     report.bucketRoutes = 512;
     report.bucketLimit = 8'192;
+    report.bucketsUsed = 2'900;
     report.seed = 20'260'118;
     report.families = {madeUpFamily(Nimbal::AddressFamily::ipv4, 901'899, samples),
                        madeUpFamily(Nimbal::AddressFamily::ipv6, 160'147, samples)};
