@@ -55,7 +55,7 @@ public:
     /** Fetches what a look at the nodes has to read. */
     void fetchWords() const noexcept {
         if (!inside()) {
-            __builtin_prefetch(storage());
+            Vexo::prefetch(storage());
         }
     }
     /** Fetches those of the nodes that are at `places` into the cache, side by side. */
@@ -69,12 +69,12 @@ public:
         if (inside()) {
             return;
         }
-        __builtin_prefetch(storage());  // the marks, and the words of a small block
+        Vexo::prefetch(storage());  // the marks, and the words of a small block
         if (U64 const covering = covering_[slice] & places(); covering != 0) {
-            __builtin_prefetch(storage() + firstNode() + countBelow(places(), highest(covering)));
+            Vexo::prefetch(storage() + firstNode() + countBelow(places(), highest(covering)));
         }
         if ((blocks() >> slice & 1) != 0) {
-            __builtin_prefetch(block(slice));
+            Vexo::prefetch(block(slice));
         }
     }
     /** The next stride's blocks, in order. */

@@ -11,8 +11,10 @@ namespace Vexo {
  */
 inline void prefetch(void const* object, std::size_t offset = 0) noexcept {
     // As a number: a pointer must not move where there is no object.
-    __builtin_prefetch(
-        reinterpret_cast<void const*>(reinterpret_cast<std::uintptr_t>(object) + offset), 1);
+    auto const address = reinterpret_cast<std::uintptr_t>(object) + offset;
+    __builtin_prefetch(reinterpret_cast<void const*>(address), 1);
+    // No instruction: g++ drops calls of functions that do nothing but prefetch.
+    asm volatile("" : : "r"(address));
 }
 
 }  // namespace Vexo

@@ -39,7 +39,7 @@ public:
      * std::bad_alloc.
      */
     static void* allocate(std::size_t bytes) {
-        if (bytes > largest_ || bytes == 0) [[unlikely]] {
+        if (bytes > largestSlot || bytes > largest_ || bytes == 0) [[unlikely]] {
             return allocateElsewhere(bytes);
         }
         if (Watcher const watcher = watcher_.load(std::memory_order_relaxed)) [[unlikely]] {
@@ -59,7 +59,7 @@ public:
     }
     /** `bytes` is what was asked for. */
     static void release(void* slot, std::size_t bytes) noexcept {
-        if (bytes > largest_ || bytes == 0) [[unlikely]] {
+        if (bytes > largestSlot || bytes > largest_ || bytes == 0) [[unlikely]] {
             releaseElsewhere(slot);
             return;
         }
