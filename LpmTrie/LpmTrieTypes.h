@@ -168,8 +168,8 @@ private:
 /** "PartitionId:5 references:3", or "PartitionId null". */
 LPMTRIE_API std::ostream& operator<<(std::ostream& out, PartitionId const* id);
 
-LPMTRIE_API /** The module of this header's types. */
-    extern Vexo::FwkModule const lpmTrieTypesModule;
+/** The module of this header's types. */
+LPMTRIE_API extern Vexo::FwkModule const lpmTrieTypesModule;
 
 }  // namespace LpmTrie
 

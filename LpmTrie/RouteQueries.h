@@ -68,9 +68,8 @@ private:
     Node* top_;
 };
 
-LPMTRIE_API /** All routes at and under a prefix, in order. */
-    RoutesUnder
-    routesUnder(Trie const& trie, Nimbal::IpGenPrefix const& prefix) noexcept;
+/** All routes at and under a prefix, in order. */
+LPMTRIE_API RoutesUnder routesUnder(Trie const& trie, Nimbal::IpGenPrefix const& prefix) noexcept;
 /** All routes of the trie, in order. */
 LPMTRIE_API RoutesUnder allRoutes(Trie const& trie) noexcept;
 

@@ -22,7 +22,7 @@ constexpr U32 maxPrefixLen(AddressFamily af) noexcept {
 /** "none", "ipv4", "ipv6", or the code in decimal. */
 LPMTRIE_API std::ostream& operator<<(std::ostream& out, AddressFamily const& af);
 
-LPMTRIE_API /** The module of all types of this folder. */
-    extern Vexo::FwkModule const nimbalModule;
+/** The module of all types of this folder. */
+LPMTRIE_API extern Vexo::FwkModule const nimbalModule;
 
 }  // namespace Nimbal

@@ -62,7 +62,7 @@ private:
     mutable std::mutex mutex_;
 };
 
-LPMTRIE_API /** The module of this folder's types. */
-    extern Vexo::FwkModule const torvelModule;
+/** The module of this folder's types. */
+LPMTRIE_API extern Vexo::FwkModule const torvelModule;
 
 }  // namespace Torvel

@@ -28,9 +28,8 @@ namespace Vexo {
 template <class T>
 concept UnsignedNumber = std::unsigned_integral<T> && !std::same_as<T, bool>;
 
-LPMTRIE_API /** @{ The text form, as the head of this file lists it. Throws std::bad_alloc. */
-    String
-    valueToStrep(unsigned long long value);
+/** @{ The text form, as the head of this file lists it. Throws std::bad_alloc. */
+LPMTRIE_API String valueToStrep(unsigned long long value);
 String valueToStrep(std::same_as<bool> auto value) {
     return value ? "True" : "False";
 }
