@@ -38,6 +38,10 @@ void TrieIndex::add(Node* node) noexcept {
         }
     }
     U32 const place = placeOf(node->head_, node->headLen_);
+    if (has(waiting.places, place)) {
+        giveUp();  // two nodes of one prefix: one of them is not below the trie's root
+        return;
+    }
     waiting.head = node->head_;
     waiting.places |= U64{1} << place;
     waiting.nodes[place] = node;
@@ -61,6 +65,10 @@ void TrieIndex::enter(U32 depths) noexcept {
             while (path_.depth < depth) {
                 block = block->blockIs(sliceOf(waiting.head, path_.depth));
                 path_.blocks[++path_.depth] = block;
+            }
+            if ((block->places() & waiting.places) != 0) {
+                giveUp();  // as in `add`
+                return;
             }
             block->nodesIs(waiting.places, waiting.nodes);
             waiting.places = 0;

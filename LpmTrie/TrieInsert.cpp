@@ -137,10 +137,9 @@ Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bit, Hook
     U32 const currentBit = current->prefixBit(newPrefix.len());
     Node* const newNode = makeNode(insertion);
     hangUnder(current->parent(), bit, newNode);
-    newNode->linkChild(currentBit, current);
+    hangUnder(newNode, currentBit, current);
     LPM_TRACE(7, "New node ", newPrefix, " is new parent of current node ", current, " bit ",
               currentBit);
-    current->linkParent(newNode);
     indexAdd(newNode);
     // The new node's own route is not counted here: its role does that.
     newNode->routeCountInc(current->routeCount());

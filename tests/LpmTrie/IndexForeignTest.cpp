@@ -59,6 +59,28 @@ TEST_F(IndexForeignTest, nodeRemovedThroughAnotherTrieWithAnIndexIsGoneForBoth) 
     removeAll(*other_);
 }
 
+TEST_F(IndexForeignTest, routeInsertedAtAnotherTriesNodeIsNoRouteOfTheTriesOwn) {
+    for (auto const* text : {"20.0.0.0/8", "21.0.0.0/8"}) {
+        other_->insertFromRoot(prefix(text), true, false, nullptr, 0);
+    }
+    Node* const start = LpmTrie::findExact(*owner_, prefix("10.1.0.0/16"));
+    for (bool const searchBetween : {true, false}) {
+        auto const route = prefix(searchBetween ? "10.1.7.0/24" : "10.1.8.0/24");
+        Node* const foreign = other_->insert(route, start, true, false, nullptr, 0).node();
+        EXPECT_EQ(LpmTrie::findExact(*owner_, route), foreign);
+        if (searchBetween) {
+            EXPECT_EQ(other_->findPartitionNode(route, false).partitionNode(), nullptr);
+        }
+        Node* const own = other_->insertFromRoot(route, true, false, nullptr, 0).node();
+        EXPECT_NE(own, foreign);
+        EXPECT_EQ(LpmTrie::findExact(*other_, route), own);
+        EXPECT_EQ(LpmTrie::findExact(*owner_, route), foreign);
+    }
+    owner_->verify();
+    other_->verify();
+    removeAll(*other_);
+}
+
 /** Gives nodes another table than asked for. */
 class MislabellingTrie : public Trie {
 public:
