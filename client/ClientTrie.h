@@ -18,8 +18,8 @@ public:
     NextHop nextHop = 0;
     /** The bucket that the chip holds this route in; `noBucket`: not written yet. */
     Bucket bucket = noBucket;
-    /** The number of the search that has marked the node last. */
-    U32 mark = 0;
+    /** What the search that has marked the node last got from `ClientTrie::nextMark`. */
+    U64 mark = 0;
 };
 
 /** @{ The client's nodes are all of one class, since they all come from `ClientTrie`. */
@@ -75,7 +75,11 @@ public:
     /** Makes room for `reports`, so that none of them throws. Throws std::bad_alloc. */
     void reserveMoved(std::size_t reports) { moved_.reserve(moved_.size() + reports); }
 
+    /** A mark that no node of this trie has yet. */
+    U64 nextMark() noexcept { return ++lastMark_; }
+
 private:
+    U64 lastMark_ = 0;
     std::vector<RouteNode*> moved_;
 };
 

@@ -47,13 +47,14 @@ Outcome PartitionManager::download(std::span<Route const> routes) {
     }
     Outcome outcome = Outcome::noRoom;
     try {
-        Window const whole({insertAll(routes)}, 1, 1);
+        Window const whole({insertAll(routes)}, 1, trie_->nextMark());
         Cutter cutter;
         cutter.cut(whole, bucketRoutes_, noPiece, whole.items().size());
         std::vector<RouteNode*> const roots = cutter.roots(whole);
         if (roots.size() <= freeBuckets()) {
             writePieces(roots);
             writer_.commit();
+            owed_.clear();  // the whole table supersedes it
             counts_.added += trie_->root()->routeCount();
             return Outcome::done;
         }

@@ -88,7 +88,8 @@ public:
     Outcome withdraw(Nimbal::IpGenPrefix const& prefix);
     /**
      * Takes a whole table at once into an empty one, cut into the fewest buckets possible, each
-     * route written once. Of routes of one prefix the last counts. All or nothing; nothing is owed.
+     * route written once. Of routes of one prefix the last counts. All or nothing; nothing is owed
+     * for it, and once it is done nothing older either.
      * Throws std::logic_error when the table is not empty.
      */
     Outcome download(std::span<Route const> routes);

@@ -88,7 +88,12 @@ bool PartitionManager::takeOver() {
             toImprove_.insert(prefix);
         }
     }
-    return repair().empty() && retry();
+    if (!repair().empty()) {
+        return false;
+    }
+    // An update that stays owed, for want of room say, is no part of what is taken over.
+    retry();
+    return writer_.settled() && toImprove_.empty();
 }
 
 /**

@@ -44,7 +44,7 @@ void sortRoots(std::vector<RouteNode*>& roots) {
     });
 }
 
-Window::Window(std::vector<RouteNode*> roots, U32 grain, U32 mark)
+Window::Window(std::vector<RouteNode*> roots, U32 grain, U64 mark)
     : roots_(std::move(roots)), grain_(grain), mark_(mark) {
     markPaths(mark);
     for (Node const* const root : roots_) {
@@ -95,7 +95,7 @@ U32 Window::itemAround(Node const* node) const noexcept {
 }
 
 /** The way up from each root to the one above it belongs to the tree, however light it is. */
-void Window::markPaths(U32 mark) {
+void Window::markPaths(U64 mark) {
     for (std::size_t i = 1; i < roots_.size(); ++i) {
         for (Node* node = roots_[i]; node != nullptr && routeNode(node)->mark != mark;
              node = node->parent()) {

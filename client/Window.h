@@ -27,7 +27,7 @@ public:
     };
 
     /** `roots` in pre-order; the first one is above all others. */
-    Window(std::vector<RouteNode*> roots, U32 grain, U32 mark);
+    Window(std::vector<RouteNode*> roots, U32 grain, U64 mark);
 
     /** In pre-order, as given. */
     std::vector<RouteNode*> const& roots() const noexcept { return roots_; }
@@ -40,13 +40,13 @@ public:
 
 private:
     bool isItem(LpmTrie::Node const* node) const noexcept;
-    void markPaths(U32 mark);
+    void markPaths(U64 mark);
     void add(LpmTrie::Node* node, U32 above, U32 bit);
 
     std::vector<RouteNode*> roots_;
     std::vector<Item> items_;
     U32 const grain_;
-    U32 const mark_;
+    U64 const mark_;
     U32 routes_ = 0;
 };
 

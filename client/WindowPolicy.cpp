@@ -32,7 +32,7 @@ U32 part(U32 whole, U32 hundredths) {
 }
 
 U32 limitOf(Room const& room, U32 slack) {
-    U64 const keptFree = U64{room.bucketRoutes} * slack / 1000;
+    U64 const keptFree = U64{room.bucketRoutes} * std::min(slack, U32{1000}) / 1000;
     return std::max(room.bucketRoutes - static_cast<U32>(keptFree), U32{1});
 }
 
@@ -49,7 +49,7 @@ WindowPolicy::Arrivals WindowPolicy::Arrivals::after(
 
 /** Ample at first; from a part of the allowed moves on it falls, until they are spent. */
 Effort WindowPolicy::effort(ClientTrie const& trie, Room const& room) const {
-    double const allowed = static_cast<double>(trie.root()->routeCount() * weights_.budget +
+    double const allowed = static_cast<double>(U64{trie.root()->routeCount()} * weights_.budget +
                                                room.withdrawn * weights_.withdrawalBudget) /
                            100;
     if (weights_.budget == 0 || allowed == 0) {
@@ -57,7 +57,9 @@ Effort WindowPolicy::effort(ClientTrie const& trie, Room const& room) const {
     }
     double const spent = static_cast<double>(room.moves) / allowed;
     double const ease = weights_.ease / 100.0;
-    double const haste = std::clamp((spent - ease) / (1 - ease), 0.0, 1.0);
+    double const haste = ease < 1    ? std::clamp((spent - ease) / (1 - ease), 0.0, 1.0)
+                         : spent < 1 ? 0.0
+                                     : 1.0;
     return {between(weights_.ample.pieces, weights_.scarce.pieces, haste),
             between(weights_.ample.slack, weights_.scarce.slack, haste)};
 }
@@ -68,6 +70,7 @@ std::optional<Cut> WindowPolicy::makeRoom(ClientTrie& trie, RouteNode* root, Rou
     bool const ordered = next_.inOrder();
     Effort const effort = ordered ? inOrder : this->effort(trie, room);
     Aim aim;
+    aim.trie = &trie;
     aim.bound = room.bucketRoutes;
     aim.pieces = effort.pieces;
     aim.growth = std::min<U32>(room.freshBuckets, 1);
@@ -92,6 +95,7 @@ std::optional<Cut> WindowPolicy::shrink(ClientTrie& trie, RouteNode* root, Room 
     }
     Effort const effort = this->effort(trie, room);
     Aim aim;
+    aim.trie = &trie;
     aim.bound = room.bucketRoutes;
     aim.pieces = effort.pieces;
     aim.limit = limitOf(room, effort.slack);
@@ -176,7 +180,8 @@ void WindowPolicy::tryWindow(std::vector<RouteNode*> roots, Aim const& aim, Choi
     if (routes > most * aim.limit) {
         return;
     }
-    Window const window(std::move(roots), std::max(aim.bound / grainsPerBucket, U32{1}), ++mark_);
+    Window const window(std::move(roots), std::max(aim.bound / grainsPerBucket, U32{1}),
+                        aim.trie->nextMark());
     U32 const incoming = aim.incoming != nullptr ? window.itemAround(aim.incoming) : noPiece;
     for (Attempt const& attempt : attempts) {
         U32 const limit = std::max(part(aim.limit, attempt.limit), U32{1});

@@ -65,6 +65,7 @@ private:
     };
     /** What cuts are tried and how they are judged. */
     struct Aim {
+        ClientTrie* trie = nullptr;
         U32 limit = 0;           // routes of a piece
         U32 bound = 0;           // routes of a bucket
         U32 pieces = 1;          // most partitions of a window
@@ -94,7 +95,6 @@ private:
     WindowWeights const weights_;
     Cutter cutter_;
     Trial trial_;
-    U32 mark_ = 0;
     Arrivals arrivals_;
     Arrivals next_;  // with the route in hand
 };

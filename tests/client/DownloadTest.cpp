@@ -166,6 +166,22 @@ TEST_P(DownloadTest, refusedAtAnyWriteLeavesNothing) {
     }
 }
 
+TEST_P(DownloadTest, supersedesWhatWasOwedBefore) {
+    auto const routes = randomRoutes(space_, 20, random_);
+    ClientWorld world(space_, policy_, {60, 4, 60});
+    world.watched.refuse = [](U64, WatchedChip::Write const&) {
+        return std::optional(WriteStatus::transientError);
+    };
+    NextHop const stale = 1000;
+    ASSERT_EQ(world.manager().announce({routes.front().prefix, stale}), Outcome::refused);
+    ASSERT_EQ(world.manager().owed().size(), 1U);
+    world.watched.refuse = nullptr;
+    ASSERT_EQ(world.download(routes), Outcome::done);
+    EXPECT_TRUE(world.manager().owed().empty());
+    EXPECT_TRUE(world.manager().retry());
+    world.check();
+}
+
 TEST_P(DownloadTest, findsNoRoomInAChipThatIsTooSmall) {
     auto const routes = randomRoutes(space_, 40, random_);
     ClientWorld whole(space_, policy_, {60, 4, 60});

@@ -98,6 +98,32 @@ TEST_P(RoomTest, laterUpdateOfAnOwedPrefixTakesItsPlace) {
     world.check();
 }
 
+TEST_P(RoomTest, updateWithoutRoomStaysOwedAndDoesNotStopARestart) {
+    ClientWorld world(space_, policy_, {1, 2, 1});
+    world.watch(false);
+    ASSERT_EQ(world.update({space_.at(1), 1}), Outcome::done);
+    world.watched.countAnew();
+    world.watched.refuse = [](U64 number, WatchedChip::Write const&) {
+        return number > 0 ? std::optional(WriteStatus::transientError) : std::nullopt;
+    };
+    world.manager().withdraw(space_.at(1));  // cut off after the route, before its bucket
+    world.newManager();
+    world.watched.refuse = [](U64, WatchedChip::Write const&) {
+        return std::optional(WriteStatus::transientError);
+    };
+    ASSERT_FALSE(world.manager().restart());
+    for (U32 i = 1; i <= 3; ++i) {
+        ASSERT_EQ(world.manager().announce({space_.at(i), i}), Outcome::refused);
+    }
+    world.watched.refuse = nullptr;
+    EXPECT_TRUE(world.manager().restart());
+    EXPECT_EQ(world.manager().routes(), 2U);
+    EXPECT_EQ(world.manager().owed().size(), 1U);
+    EXPECT_FALSE(world.manager().retry());
+    world.table = world.heldByTrie();
+    world.check();
+}
+
 /** A restart after each write of a run in a chip that has no bucket and no binding to spare. */
 TEST_P(RoomTest, restartNeedsNoBucketThatTheRunDidNotNeed) {
     auto const updates = history(space_, Order::random, 12, random_);
