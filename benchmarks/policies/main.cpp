@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <iostream>
 #include <sstream>
+#include <stdexcept>
 
 namespace {
 
@@ -87,7 +88,9 @@ void tell(std::string const& work, Setting const& setting, std::string const& po
     row.updates = last.updates / updatesEach;
     row.microseconds = figures.microseconds;
     row.libraryMicroseconds = library;
-    std::cout << PolicyFigures::csv(row) << std::endl;
+    if (!(std::cout << PolicyFigures::csv(row) << std::endl)) {
+        throw std::runtime_error("cannot write to standard output");
+    }
 }
 
 void measure(Options const& options, Setting const& setting, std::string const& policy,
@@ -114,7 +117,11 @@ void measure(Options const& options, Setting const& setting, std::string const& 
 
 void run(Options& options) {
     if (!options.docs.empty()) {
-        PolicyFigures::writeReport(PolicyFigures::readRows(std::cin), options.docs);
+        auto const rows = PolicyFigures::readRows(std::cin);
+        if (rows.empty()) {
+            throw std::runtime_error("no figures on standard input");
+        }
+        PolicyFigures::writeReport(rows, options.docs);
         return;
     }
     if (options.policies.empty()) {
