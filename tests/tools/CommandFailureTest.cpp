@@ -40,7 +40,7 @@ protected:
 
 TEST_F(CommandFailureTest, missingCommandIsToldApartFromAnUnknownOne) {
     EXPECT_EQ(failureOf({}), "2 lpmtrie: A subcommand is required (see lpmtrie --help)");
-    for (char const* const unknown : {"fly", "--fly", "-f", "lo", "--version", ""}) {
+    for (char const* const unknown : {"fly", "--fly", "-f", "lo", "--versions", ""}) {
         EXPECT_EQ(failureOf({unknown, "--seed", "1"}),
                   std::string("2 lpmtrie: The following argument was not expected: ") + unknown +
                       " (see lpmtrie --help)");
