@@ -39,7 +39,7 @@ public:
      * std::bad_alloc.
      */
     static void* allocate(std::size_t bytes) {
-        if (bytes > largestSlot || bytes > largest_ || bytes == 0) [[unlikely]] {
+        if (!hasSlot(bytes)) [[unlikely]] {
             return allocateElsewhere(bytes);
         }
         if (Watcher const watcher = watcher_.load(std::memory_order_relaxed)) [[unlikely]] {
@@ -59,7 +59,7 @@ public:
     }
     /** `bytes` is what was asked for. */
     static void release(void* slot, std::size_t bytes) noexcept {
-        if (bytes > largestSlot || bytes > largest_ || bytes == 0) [[unlikely]] {
+        if (!hasSlot(bytes)) [[unlikely]] {
             releaseElsewhere(slot);
             return;
         }
@@ -109,6 +109,9 @@ private:
     static void releaseElsewhere(void* storage) noexcept;
     static std::byte* piece(std::size_t bytes);
 
+    static bool hasSlot(std::size_t bytes) noexcept {
+        return bytes != 0 && bytes <= largestSlot && largest_ != 0;
+    }
     static std::size_t poolOf(std::size_t bytes) noexcept { return (bytes + grain - 1) / grain; }
     static std::size_t slotBytes(std::size_t bytes) noexcept { return poolOf(bytes) * grain; }
     static void*& link(void* slot, std::size_t bytes) noexcept {
@@ -116,7 +119,7 @@ private:
     }
 
     static constinit inline std::atomic<Watcher> watcher_{nullptr};
-    static std::size_t const largest_;
+    static std::size_t const largest_;  // 0 or largestSlot
     static Pool pools_[largestSlot / grain + 1];
 };
 

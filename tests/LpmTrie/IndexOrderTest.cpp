@@ -1,5 +1,5 @@
 #include <tests/LpmTrie/IndexFrom.h>
-#include <tests/LpmTrie/TrieFixture.h>
+#include <tests/LpmTrie/IndexPrefixes.h>
 
 #include <LpmTrie/RouteQueries.h>
 
@@ -12,16 +12,12 @@ using namespace TrieTests;
 /* Routes that come in order, and walks, each in a trie with an index beside one without. */
 
 IpGenPrefix randomPrefix(AddressFamily af, Random& random) {
-    bool const v6 = af == AddressFamily::ipv6;
-    std::array<Vexo::U8, 16> bytes{};
-    for (std::size_t i = 0; i < (v6 ? 16U : 4U); ++i) {
-        bytes[i] = static_cast<Vexo::U8>(random.any() & random.any());
-    }
-    U32 const longest = v6 ? 128 : 32;
+    auto const address = sparseAddress(af, random, 0xff);
+    U32 const longest = af == AddressFamily::ipv6 ? 128 : 32;
     // Long ones abound, as in the Internet's tables; the index does not know all of these.
     U32 const len =
         random.below(8) == 0 ? random.below(longest + 1) : longest / 2 + random.below(longest / 2);
-    return IpGenPrefix(af, bytes, len).hostBitsCleared();
+    return IpGenPrefix(af, address, len).hostBitsCleared();
 }
 
 std::vector<IpGenPrefix> orderedPrefixes(AddressFamily af, Random& random, U32 count) {

@@ -1,5 +1,5 @@
 #include <tests/LpmTrie/IndexFrom.h>
-#include <tests/LpmTrie/TrieFixture.h>
+#include <tests/LpmTrie/IndexPrefixes.h>
 #include <tests/Support/AllocationFailure.h>
 
 #include <LpmTrie/RouteQueries.h>
@@ -76,15 +76,6 @@ private:
     Trie::Ptr const trie_ = LpmTrie::trieFactory(0);
 };
 
-IpGenPrefix randomPrefix(AddressFamily af, Random& random) {
-    bool const v6 = af == AddressFamily::ipv6;
-    std::array<Vexo::U8, 16> bytes{};
-    for (std::size_t i = 0; i < (v6 ? 16U : 4U); ++i) {
-        bytes[i] = static_cast<Vexo::U8>(random.any() & random.any() & 0xc3U);
-    }
-    return IpGenPrefix(af, bytes, random.below(v6 ? 129 : 33)).hostBitsCleared();
-}
-
 struct IndexedTrieTest : TestSupport::LeakChecked<testing::TestWithParam<AddressFamily>> {};
 
 TEST_P(IndexedTrieTest, isLikeAPlainOneAfterEveryStep) {
@@ -95,7 +86,7 @@ TEST_P(IndexedTrieTest, isLikeAPlainOneAfterEveryStep) {
     Client indexed(GetParam(), 5);
     U32 const steps = 6000;
     for (U32 step = 0; step < steps && !HasFailure(); ++step) {
-        IpGenPrefix const prefix = randomPrefix(GetParam(), random);
+        IpGenPrefix const prefix = sparsePrefix(GetParam(), random);
         U32 const kind = random.below(100);
         bool const flag = random.below(2) == 0;
         auto const play = [&](Client& client) {
@@ -120,14 +111,14 @@ TEST_P(IndexedTrieTest, isTracedLikeAPlainOne) {
         Random random(seed);
         Client client(GetParam(), indexFrom);
         for (U32 i = 0; i < 50; ++i) {
-            client.insert(randomPrefix(GetParam(), random), false);
+            client.insert(sparsePrefix(GetParam(), random), false);
         }
         TestSupport::TraceCapture const capture(levels);
         for (U32 i = 0; i < 50; ++i) {
-            IpGenPrefix const prefix = randomPrefix(GetParam(), random);
+            IpGenPrefix const prefix = sparsePrefix(GetParam(), random);
             client.insert(prefix, true);
             client.find(prefix, true);
-            client.remove(randomPrefix(GetParam(), random));
+            client.remove(sparsePrefix(GetParam(), random));
         }
         return capture.texts();
     };

@@ -1,5 +1,5 @@
 #include <tests/LpmTrie/IndexFrom.h>
-#include <tests/LpmTrie/TrieFixture.h>
+#include <tests/LpmTrie/IndexPrefixes.h>
 
 #include <LpmTrie/RouteQueries.h>
 
@@ -9,15 +9,6 @@ using namespace TrieTests;
 
 /* Look-ups of many prefixes at once, beside the same ones one after the other. */
 
-IpGenPrefix randomPrefix(AddressFamily af, Random& random) {
-    bool const v6 = af == AddressFamily::ipv6;
-    std::array<Vexo::U8, 16> bytes{};
-    for (std::size_t i = 0; i < (v6 ? 16U : 4U); ++i) {
-        bytes[i] = static_cast<Vexo::U8>(random.any() & random.any() & 0xc3U);
-    }
-    return IpGenPrefix(af, bytes, random.below(v6 ? 129 : 33)).hostBitsCleared();
-}
-
 struct LookupTogetherTest
     : TestSupport::LeakChecked<testing::TestWithParam<std::tuple<AddressFamily, U32>>> {
     LookupTogetherTest() { trie->afIs(af); }
@@ -26,7 +17,7 @@ struct LookupTogetherTest
     void grow(U32 routes) {
         auto const id = PartitionId::PartitionIdIs(PartitionIdValue(3), ~0U, nullptr);
         for (U32 i = 0; i < routes; ++i) {
-            IpGenPrefix const prefix = randomPrefix(af, random);
+            IpGenPrefix const prefix = sparsePrefix(af, random);
             bool const partition = random.below(20) == 0;
             auto const& label = partition ? id : noId;
             if (!insertionRefusal(*trie, prefix, nullptr, !partition, partition, label, 0)) {
@@ -43,7 +34,7 @@ struct LookupTogetherTest
     std::vector<IpGenPrefix> queries(U32 count) {
         std::vector<IpGenPrefix> all;
         for (U32 i = 0; i < count; ++i) {
-            all.push_back(randomPrefix(af, random));
+            all.push_back(sparsePrefix(af, random));
         }
         return all;
     }

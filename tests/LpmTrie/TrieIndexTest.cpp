@@ -1,5 +1,5 @@
 #include <tests/LpmTrie/IndexFrom.h>
-#include <tests/LpmTrie/TrieFixture.h>
+#include <tests/LpmTrie/IndexPrefixes.h>
 
 #include <LpmTrie/RouteQueries.h>
 
@@ -12,23 +12,13 @@ using LpmTrie::TrieIndex;
 
 /* The index by itself, against a look at all nodes. */
 
-IpGenPrefix randomPrefix(AddressFamily af, Random& random) {
-    bool const v6 = af == AddressFamily::ipv6;
-    std::array<Vexo::U8, 16> bytes{};
-    for (std::size_t i = 0; i < (v6 ? 16U : 4U); ++i) {
-        // Few different bits, so that prefixes cover each other and all strides are in use.
-        bytes[i] = static_cast<Vexo::U8>(random.any() & random.any() & 0xc1U);
-    }
-    return IpGenPrefix(af, bytes, random.below(v6 ? 129 : 33)).hostBitsCleared();
-}
-
 struct TrieIndexTest : TestSupport::LeakChecked<testing::TestWithParam<AddressFamily>> {
     TrieIndexTest() { trie->afIs(GetParam()); }
     ~TrieIndexTest() override { removeAll(*trie); }
 
     void grow(U32 routes) {
         for (U32 i = 0; i < routes; ++i) {
-            IpGenPrefix const prefix = randomPrefix(GetParam(), random);
+            IpGenPrefix const prefix = sparsePrefix(GetParam(), random, 0xc1);
             if (!insertionRefusal(*trie, prefix, nullptr, true, false, nullptr, 0)) {
                 trie->insertFromRoot(prefix, true, false, nullptr, 0);
             }
@@ -57,7 +47,7 @@ struct TrieIndexTest : TestSupport::LeakChecked<testing::TestWithParam<AddressFa
     }
     void expectRightAnswers(TrieIndex const& index) {
         for (U32 i = 0; i < 300; ++i) {
-            IpGenPrefix const prefix = randomPrefix(GetParam(), random);
+            IpGenPrefix const prefix = sparsePrefix(GetParam(), random, 0xc1);
             auto const [node, candidate] = index.find(prefix);
             EXPECT_EQ(node, longestCovering(prefix, [](Node*) { return true; })) << prefix;
             EXPECT_EQ(candidate, longestCovering(prefix,
@@ -163,7 +153,7 @@ TEST_P(TrieIndexTest, givesUpWhenALinkIsSetByHand) {
     root->bitNodeIs(0, root->bitNode(0));
     EXPECT_FALSE(index->ready());
     EXPECT_EQ(index->nodeCount(), 0U);
-    EXPECT_EQ(index->find(randomPrefix(GetParam(), random)).node, nullptr);
+    EXPECT_EQ(index->find(sparsePrefix(GetParam(), random, 0xc1)).node, nullptr);
     root->partitionNodeIs(true);  // tells nobody any more
     root->partitionNodeIs(false);
     root->pendingStateIs(PendingState());

@@ -2,40 +2,18 @@
 
 #include <Vexo/Script.h>
 #include <tests/Support/LeakCheck.h>
+#include <tests/Support/ScriptSlot.h>
 
 #include <gmock/gmock.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
-/* Slots of the C interface that release themselves, and short ways to make them. */
+/* Short ways to make slots of the C interface. */
 
 namespace ScriptTests {
 
-class Slot {
-public:
-    Slot() = default;
-    explicit Slot(VexoValue* value) : value_(value) {}
-    Slot(Slot&& other) noexcept : value_(std::exchange(other.value_, nullptr)) {}
-    Slot& operator=(Slot&& other) noexcept {
-        std::swap(value_, other.value_);
-        return *this;
-    }
-    Slot(Slot const&) = delete;
-    Slot& operator=(Slot const&) = delete;
-    ~Slot() { vexoRelease(value_); }
-
-    operator VexoValue*() const { return value_; }
-    /** Where a call puts a new slot; what was there is released. */
-    VexoValue** out() {
-        vexoRelease(std::exchange(value_, nullptr));
-        return &value_;
-    }
-
-private:
-    VexoValue* value_ = nullptr;
-};
+using Slot = TestSupport::ScriptSlot;
 
 inline Slot none() {
     Slot slot;
