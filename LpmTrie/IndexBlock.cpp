@@ -49,6 +49,7 @@ void copyBackwards(U64* to, U64 const* from, U32 count) noexcept {
 }  // namespace
 
 constinit std::array<U64, 64> const IndexBlock::covering_ = coveringPlaces();
+constinit std::array<U8, 128> const BitRanks::ones_ = onesOf();
 
 /** Makes room for `gap` words before the word `at` of `before`; the bits become those given. */
 void IndexBlock::openGap(U32 at, U32 gap, U32 before, Bits after) {
@@ -90,6 +91,14 @@ void IndexBlock::closeGap(U32 at, U32 gap, U32 before, Bits after) {
     bits_ = after;
 }
 
+void IndexBlock::nodeIs(U32 place, Node* node) {
+    BitRanks const ranks(places());
+    U32 const first = firstNode();
+    U32 const at = first + ranks.below(place);
+    openGap(at, 1, first + ranks.total(), {bits_.places | U64{1} << place, bits_.blocks});
+    (inside() ? &word_ : storage())[at] = reinterpret_cast<U64>(node);
+}
+
 void IndexBlock::nodesIs(U64 added, std::array<Node*, 64> const& nodes) {
     U64 const together = places() | added;
     U32 const first = firstNode();
@@ -118,9 +127,12 @@ void IndexBlock::nodesIs(U64 added, std::array<Node*, 64> const& nodes) {
 }
 
 void IndexBlock::nodeDel(U32 place) {
-    markIs(place, false);
+    if ((bits_.places & hasMarks) != 0) {
+        markIs(place, false);
+    }
+    BitRanks const ranks(places());
     U32 const first = firstNode();
-    closeGap(first + countBelow(places(), place), 1, first + count(places()),
+    closeGap(first + ranks.below(place), 1, first + ranks.total(),
              {bits_.places & ~(U64{1} << place), bits_.blocks});
 }
 

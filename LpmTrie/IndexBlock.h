@@ -4,6 +4,7 @@
 #include <Vexo/Prefetch.h>
 
 #include <span>
+#include <utility>
 
 namespace LpmTrie {
 
@@ -12,6 +13,48 @@ inline void prefetchNode(Node const* node) noexcept {
     Vexo::prefetch(node);
     Vexo::prefetch(node, sizeof(Node) / 2);
 }
+
+/** The same for what a climb through the node reads. */
+inline void prefetchForClimb(Node const* node) noexcept {
+    // Neither its begin nor its end: where these lie in other lines, the climb does not need them.
+    Vexo::prefetch(node, sizeof(void*));
+    Vexo::prefetch(node, 4 * sizeof(void*) - 1);
+}
+
+/** And for the children, which follow on that. */
+inline void prefetchLinks(Node const* node) noexcept {
+    Vexo::prefetch(node, 6 * sizeof(void*) - 1);
+}
+
+/** How many bits are set below others of one word: the baseline has no instruction for it. */
+class BitRanks {
+public:
+    constexpr explicit BitRanks(U64 bits) noexcept : bits_(bits) {
+        bits -= (bits >> 1) & 0x5555555555555555;
+        bits = (bits & 0x3333333333333333) + ((bits >> 2) & 0x3333333333333333);
+        bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
+        upwards_ = bits * 0x0101010101010101;
+    }
+    constexpr U32 total() const noexcept { return static_cast<U32>(upwards_ >> 56); }
+    constexpr U32 below(U32 bit) const noexcept {
+        U32 const byte = bit & ~U32{7};
+        U64 const inByte = bits_ >> byte & ((U64{1} << (bit - byte)) - 1);
+        return static_cast<U32>(upwards_ << 8 >> byte & 0xff) + ones_[inByte];
+    }
+
+private:
+    static constexpr std::array<U8, 128> onesOf() noexcept {
+        std::array<U8, 128> ones{};
+        for (U32 bits = 1; bits < ones.size(); ++bits) {
+            ones[bits] = static_cast<U8>(ones[bits / 2] + bits % 2);
+        }
+        return ones;
+    }
+    static std::array<U8, 128> const ones_;
+
+    U64 bits_;
+    U64 upwards_ = 0;  // in each byte, how many are set up to the end of that byte
+};
 
 /**
  * The nodes whose lengths lie in one stride of six, below one prefix of the stride's first length:
@@ -42,6 +85,8 @@ public:
         return 63 - static_cast<U32>(std::countl_zero(places));
     }
 
+    static constexpr U32 count(U64 bits) noexcept { return BitRanks(bits).total(); }
+
     U64 places() const noexcept { return bits_.places & ~hasMarks; }
     U64 marks() const noexcept { return (bits_.places & hasMarks) != 0 ? storage()[0] : 0; }
     bool empty() const noexcept { return bits_.places == 0 && bits_.blocks == 0; }
@@ -60,9 +105,22 @@ public:
     }
     /** Fetches those of the nodes that are at `places` into the cache, side by side. */
     void fetchNodes(U64 places) const noexcept {
-        for (places &= this->places(); places != 0; places &= places - 1) {
-            prefetchNode(node(static_cast<U32>(std::countr_zero(places))));
+        U64 const taken = this->places();
+        places &= taken;
+        if (places == 0) {
+            return;
         }
+        U64 const* const nodes = words() + firstNode();
+        BitRanks const ranks(taken);
+        Node const* parent = nullptr;
+        Node const* node = nullptr;
+        for (; places != 0; places &= places - 1) {
+            U32 const rank = ranks.below(static_cast<U32>(std::countr_zero(places)));
+            parent = std::exchange(node, reinterpret_cast<Node const*>(nodes[rank]));
+            prefetchForClimb(node);
+        }
+        prefetchLinks(parent);
+        prefetchLinks(node);
     }
     /** Fetches what is read on the way to one slice. */
     void fetchWords(U32 slice) const noexcept {
@@ -91,6 +149,8 @@ public:
 
     // Changes. Those that may need storage throw std::bad_alloc, and change nothing then.
 
+    /** Enters a node at a place that is free. */
+    void nodeIs(U32 place, Node* node);
     /** Enters nodes at `added` places that are free; each stands in `nodes` under its place. */
     void nodesIs(U64 added, std::array<Node*, 64> const& nodes);
     void nodeDel(U32 place);
@@ -116,13 +176,6 @@ private:
     }
     static std::array<U64, 64> const covering_;
 
-    /** How many bits are set: the baseline has no instruction for it. */
-    static constexpr U32 count(U64 bits) noexcept {
-        bits -= (bits >> 1) & 0x5555555555555555;
-        bits = (bits & 0x3333333333333333) + ((bits >> 2) & 0x3333333333333333);
-        bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
-        return static_cast<U32>((bits * 0x0101010101010101) >> 56);
-    }
     static constexpr U32 countBelow(U64 bits, U32 bit) noexcept {
         return count(bits & ((U64{1} << bit) - 1));
     }

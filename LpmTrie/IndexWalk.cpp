@@ -70,11 +70,16 @@ void IndexWalk::startAfter(U64 head, std::array<IndexBlock*, levels> const& bloc
     level_ = depth;
     for (U32 above = 0; above < depth; ++above) {
         U32 const slice = Detail::sliceOf(head, above);
-        levels_[above] = {blocks[above], nullptr, ~upTo(rankBefore(slice)), ~upTo(slice), false};
+        levels_[above] = {blocks[above], nullptr, nullptr, ~upTo(rankBefore(slice)),
+                          ~upTo(slice),  false};
     }
     U32 const firstSlice = place << (IndexBlock::stride - IndexBlock::highest(U64{place}));
-    levels_[depth] = {blocks[depth], nullptr, ~upTo(order.rank[place]),
-                      ~U64{0} << (firstSlice % placeCount), false};
+    levels_[depth] = {blocks[depth],
+                      nullptr,
+                      nullptr,
+                      ~upTo(order.rank[place]),
+                      ~U64{0} << (firstSlice % placeCount),
+                      false};
 }
 
 void IndexWalk::enter(Level& level) noexcept {
@@ -83,6 +88,7 @@ void IndexWalk::enter(Level& level) noexcept {
     level.blocks &= block.blocks();
     auto const below = block.below();
     level.end = below.data() + below.size();
+    level.below = level.end - IndexBlock::count(level.blocks);
     for (U32 i = 0; i < wordsAhead && i < below.size(); ++i) {
         below[i].fetchWords();
     }
@@ -104,11 +110,11 @@ Node const* IndexWalk::next() noexcept {
         }
         if (level.blocks != 0) {
             level.blocks &= level.blocks - 1;
-            IndexBlock const* const below = level.block->block(slice);
+            IndexBlock const* const below = level.below++;
             if (level.end - below > std::ptrdiff_t{wordsAhead}) {
                 below[wordsAhead].fetchWords();
             }
-            levels_[++level_] = {below, nullptr, ~U64{0}, ~U64{0}, false};
+            levels_[++level_] = {below, nullptr, nullptr, ~U64{0}, ~U64{0}, false};
             continue;
         }
         if (level_ == 0) {

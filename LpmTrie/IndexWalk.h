@@ -49,10 +49,11 @@ private:
     /** A block on the way to where the run has come, and what is left to do in it. */
     struct Level {
         IndexBlock const* block = nullptr;
-        IndexBlock const* end = nullptr;  // behind the blocks below
-        U64 nodes = 0;                    // bits in the order of a walk
+        IndexBlock const* below = nullptr;  // the next one to go down to
+        IndexBlock const* end = nullptr;    // behind the blocks below
+        U64 nodes = 0;                      // bits in the order of a walk
         U64 blocks = 0;
-        bool entered = true;  // else the two are still to be cut down to what is there
+        bool entered = true;  // else all this is still to be cut down to what is there
     };
 
     static void enter(Level& level) noexcept;

@@ -59,8 +59,8 @@ void Trie::freeNode(Node* node) noexcept {
 
 /** The index, when there is one that may lead a search; nodes may still wait for it. */
 TrieIndex* Trie::unsettledIndex() const noexcept {
-    bool const usable = index_ != nullptr && index_->ready() && !plainSearch_ &&
-                        !Detail::trace.levelOn(7) && !Detail::trace.levelOn(8);
+    bool const usable =
+        index_ != nullptr && index_->ready() && !plainSearch_ && !Detail::trace.eitherLevelOn(7, 8);
     return usable ? index_.get() : nullptr;
 }
 
@@ -106,8 +106,7 @@ void Trie::indexDel(Node* node) noexcept {
 
 /** Hangs `node` under `parent`, or makes it the root; the only place where such a link is made. */
 void Trie::hangUnder(Node* parent, U32 bit, Node* node) {
-    TrieIndex::linkedBy(index_.get(), parent);
-    TrieIndex::linkedBy(index_.get(), node);
+    TrieIndex::linkedBy(index_.get(), parent, node);
     if (node != nullptr) {
         node->linkParent(parent);
     }

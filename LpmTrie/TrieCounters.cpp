@@ -75,12 +75,12 @@ void Trie::decRouteCounters(Node* node) {
     LPM_SASSERT(node->fibRoute(), node);
     LPM_TRACE(8, signature, node);
     LPM_ASSERT_NOT_IN_HOOK();
-    bool boundaryPassed = false;
+    for (bool inPartition = true; inPartition && node != nullptr; node = node->parent()) {
+        node->partitionRouteCountDec(1);
+        inPartition = !node->partitionNode();
+        node->routeCountDec(1);
+    }
     for (; node != nullptr; node = node->parent()) {
-        if (!boundaryPassed) {
-            node->partitionRouteCountDec(1);
-            boundaryPassed = node->partitionNode();
-        }
         node->routeCountDec(1);
     }
 }

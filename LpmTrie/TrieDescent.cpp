@@ -12,20 +12,17 @@ namespace LpmTrie {
 
 bool Trie::DescentCount::countUpwards(Node* lowest, bool ownPartition) noexcept {
     ownPartition_ = ownPartition;
-    bool startMet = false;
     Node* node = lowest;
     for (bool inPartition = !ownPartition;
          inPartition && node != nullptr && node->eyeCatcherIntact(); node = node->parent_) {
         ++node->routeCount_;
         ++node->partitionRouteCount_;
         inPartition = !node->partitionNode_;
-        startMet |= node == start_;
     }
     for (; node != nullptr && node->eyeCatcherIntact(); node = node->parent_) {
         ++node->routeCount_;
-        startMet |= node == start_;
     }
-    if (node != nullptr || !startMet) {
+    if (node != nullptr) {
         takeBack(lowest, node);
         return false;
     }
@@ -46,18 +43,16 @@ void Trie::DescentCount::takeBack(Node* lowest, Node const* end) const noexcept 
 
 /** The last node that covers the prefix, or null when the index cannot tell it. */
 Node* Trie::lastCovering(Nimbal::IpGenPrefix const& newPrefix) const {
-    if (TrieIndex const* const unsettled = unsettledIndex()) {
-        if (Node* const near = unsettled->nearLast(newPrefix)) {
-            return near;
-        }
-    }
-    TrieIndex const* const index = usableIndex();
-    Node* const reached = index != nullptr ? index->find(newPrefix).node : nullptr;
-    if (reached == nullptr) {
+    TrieIndex* const index = unsettledIndex();
+    if (index == nullptr) {
         return nullptr;
     }
-    index->fetchCovering();
-    if (!reached->covers(newPrefix)) {
+    if (Node* const near = index->nearLast(newPrefix)) {
+        return near;
+    }
+    index->settle();
+    Node* const reached = index->ready() ? index->find(newPrefix).node : nullptr;
+    if (reached == nullptr || !reached->covers(newPrefix)) {
         return nullptr;
     }
     if (reached->len() == newPrefix.len()) {
@@ -76,7 +71,7 @@ Node* Trie::lastCovering(Nimbal::IpGenPrefix const& newPrefix) const {
 Node* Trie::skipDown(Insertion& insertion, Node* start, DescentCount& count) const {
     Node const* const from = insertion.fromPartitionNode;
     if (index_ == nullptr || insertion.partitionNode ||
-        (from != nullptr && (from->hwTable() != insertion.hwTable ||
+        (from != nullptr && (!index_->entered(from) || from->hwTable() != insertion.hwTable ||
                              !(from->partitionId() == insertion.partitionId)))) {
         return nullptr;
     }

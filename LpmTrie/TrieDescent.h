@@ -43,8 +43,8 @@ public:
     }
     /**
      * Counts a route below `lowest` in both counters of that node and of all above it, beyond the
-     * start as well; in the partition counters not when the route has a partition of its own.
-     * False, and nothing counted, when one of them is broken or the start is none of them.
+     * start, which is one of them, as well; in the partition counters not when the route has a
+     * partition of its own. False, and nothing counted, when one of them is broken.
      */
     bool countUpwards(Node* lowest, bool ownPartition) noexcept;
     void keep() noexcept { last_ = nullptr; }

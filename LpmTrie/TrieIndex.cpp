@@ -22,13 +22,17 @@ constexpr U32 firstFetched = 2;
 
 }  // namespace
 
-/** The block at `depth` along an address, or the deepest one above, at the path's end. */
+/**
+ * The block at `depth` along an address, or the deepest one above, at the path's end. On the way it
+ * may fetch the nodes that cover the address: while it waits for one block, these come side by
+ * side.
+ */
+template <bool fetching>
 IndexBlock* TrieIndex::descend(U64 head, U32 depth) const noexcept {
     // Strides that the two addresses share wholly lead to the same block.
     auto const shared = (static_cast<U32>(std::countl_zero(head ^ path_.head)) + 2) / stride;
     U32 at = std::min({shared, path_.depth, depth});
     IndexBlock* block = path_.blocks[at];
-    path_.fetched = std::min(path_.fetched, at);
     for (; at < depth; ++at) {
         U32 const slice = sliceOf(head, at);
         if (!has(block->blocks(), slice)) {
@@ -36,16 +40,23 @@ IndexBlock* TrieIndex::descend(U64 head, U32 depth) const noexcept {
         }
         block = block->block(slice);
         path_.blocks[at + 1] = block;
+        if constexpr (fetching) {
+            if (at + 1 >= firstFetched) {
+                block->fetchNodes(IndexBlock::covering(sliceOf(head, at + 1)));
+            }
+        }
     }
     path_.head = head;
     path_.depth = at;
     return block;
 }
 
+template IndexBlock* TrieIndex::descend<false>(U64, U32) const noexcept;
+
 TrieIndex::Found TrieIndex::find(Nimbal::IpGenPrefix const& prefix) const noexcept {
     U64 const head = prefix.head();
     U32 const len = std::min(prefix.len(), longest);
-    descend(head, depthOf(len));
+    descend<true>(head, depthOf(len));
     Found found{nullptr, nullptr};
     U64 bound = path_.depth == depthOf(len) ? IndexBlock::upTo((len + 2) % stride) : ~U64{0};
     bool searching = true;
@@ -57,6 +68,7 @@ TrieIndex::Found TrieIndex::find(Nimbal::IpGenPrefix const& prefix) const noexce
         }
         if (found.node == nullptr) {
             found.node = block.node(IndexBlock::highest(covering));
+            prefetchNode(found.node);
         }
         if (U64 const marks = covering & block.marks(); marks != 0) {
             found.candidate = block.node(IndexBlock::highest(marks));
@@ -65,13 +77,6 @@ TrieIndex::Found TrieIndex::find(Nimbal::IpGenPrefix const& prefix) const noexce
         searching = markCount_ != 0;
     }
     return found;
-}
-
-void TrieIndex::fetchCovering() const noexcept {
-    for (U32 depth = std::max(path_.fetched + 1, firstFetched); depth <= path_.depth; ++depth) {
-        path_.blocks[depth]->fetchNodes(IndexBlock::covering(sliceOf(path_.head, depth)));
-    }
-    path_.fetched = path_.depth;
 }
 
 void TrieIndex::fetchFor(std::span<Nimbal::IpGenPrefix const> prefixes) const noexcept {
@@ -110,7 +115,7 @@ void TrieIndex::fetchAhead(Node const* next) const noexcept {
         if (next->index_ != number_ || !next->eyeCatcherIntact() || next->headLen_ > longest) {
             return;
         }
-        descend(next->head_, depthOf(next->headLen_));
+        descend<false>(next->head_, depthOf(next->headLen_));
         walk_.startAfter(path_.head, path_.blocks, path_.depth,
                          placeOf(next->head_, next->headLen_));
     }
@@ -136,7 +141,7 @@ void TrieIndex::del(Node* node) noexcept {
 void TrieIndex::erase(Node* node) {
     walk_.stop();
     last_ = nullptr;
-    IndexBlock* block = descend(node->head_, depthOf(node->headLen_));
+    IndexBlock* block = descend<false>(node->head_, depthOf(node->headLen_));
     U32 const place = placeOf(node->head_, node->headLen_);
     markCount_ -= has(block->marks(), place) ? 1U : 0U;
     block->nodeDel(place);
@@ -153,7 +158,7 @@ void TrieIndex::roleChanged(Node* node) noexcept {
     if (!ready_) {
         return;
     }
-    IndexBlock* const block = descend(node->head_, depthOf(node->headLen_));
+    IndexBlock* const block = descend<false>(node->head_, depthOf(node->headLen_));
     U32 const place = placeOf(node->head_, node->headLen_);
     bool const marked = node->partitionCandidate();
     if (marked == has(block->marks(), place)) {
@@ -173,7 +178,7 @@ bool TrieIndex::knows(Node const* node) const noexcept {
         return node->index_ == 0;
     }
     U32 const depth = depthOf(node->headLen_);
-    IndexBlock const* const block = descend(node->head_, depth);
+    IndexBlock const* const block = descend<false>(node->head_, depth);
     U32 const place = placeOf(node->head_, node->headLen_);
     return path_.depth == depth && node->index_ == number_ && has(block->places(), place) &&
            block->node(place) == node && has(block->marks(), place) == node->partitionCandidate();

@@ -17,7 +17,8 @@ namespace LpmTrie {
  * When links are set by hand, or memory ends, it gives up: it forgets everything, for good, and
  * what was led by it goes from the root again. So it is never wrong, only absent.
  *
- * Nodes are entered by and by: whoever asks it anything but `nearLast` first lets it `settle`.
+ * Nodes that come in order are entered by and by: whoever asks it anything but `nearLast` first
+ * lets it `settle`.
  *
  * Not locked: it belongs to its trie, and even to be asked it has to itself. At most `mostIndexes`
  * exist at a time.
@@ -37,13 +38,17 @@ public:
     /** The one that a node knows by its number. */
     static TrieIndex& numbered(U16 number) noexcept;
 
-    /** A trie whose index is `own`, or that has none, links `node`: another trie's index gives up.
+    /**
+     * A trie whose index is `own`, or that has none, links nodes, which may be null: another
+     * trie's index gives up.
      */
-    static void linkedBy(TrieIndex const* own, Node* node) noexcept {
-        U16 const number = own != nullptr ? own->number_ : U16{0};
-        // A product, so that it is one test: whether a node is known at all nobody can guess.
-        if (node != nullptr && U32{node->index_} * (U32{node->index_} ^ number) != 0) [[unlikely]] {
-            node->indexLinkChanged();
+    static void linkedBy(TrieIndex const* own, Node* node, Node* other) noexcept {
+        U32 const number = own != nullptr ? own->number_ : U32{0};
+        U32 const known = node != nullptr ? node->index_ : U32{0};
+        U32 const otherKnown = other != nullptr ? other->index_ : U32{0};
+        // Products, so that it is one test: whether a node is known at all nobody can guess.
+        if ((known * (known ^ number) | otherKnown * (otherKnown ^ number)) != 0) [[unlikely]] {
+            linkedStrangers(number, node, other);
         }
     }
 
@@ -57,18 +62,13 @@ public:
         /** The longest one known that covers it and may count as a partition node, or null. */
         Node* candidate;
     };
+    /** Also fetches the nodes that cover the prefix into the cache, side by side. */
     Found find(Nimbal::IpGenPrefix const& prefix) const noexcept;
     /** How many prefixes `fetchFor` takes. */
     static constexpr std::size_t mostTogether = 16;
     /** Fetches what will be read when these prefixes are looked up, for all of them side by side.
      */
     void fetchFor(std::span<Nimbal::IpGenPrefix const> prefixes) const noexcept;
-    /**
-     * Fetches the nodes that cover what was searched for last into the cache, side by side, but for
-     * those that the call before has fetched.
-     */
-    void fetchCovering() const noexcept;
-
     /** For a walk in order that steps to `next`: fetches what comes soon. */
     void fetchAhead(Node const* next) const noexcept;
 
@@ -90,6 +90,8 @@ public:
     void roleChanged(Node* node) noexcept;
     void giveUp() noexcept;
 
+    /** The node has come into this index, and is in its trie. */
+    bool entered(Node const* node) const noexcept { return node->index_ == number_; }
     /** Knows this very node and its role, or need not know it. */
     bool knows(Node const* node) const noexcept;
     U64 nodeCount() const noexcept { return nodeCount_; }
@@ -109,14 +111,19 @@ private:
      */
     struct Path {
         U64 head = 0;
-        U32 depth = 0;    // of the last block
-        U32 fetched = 0;  // the depth up to which the covering nodes have been fetched
+        U32 depth = 0;  // of the last block
         std::array<IndexBlock*, strides> blocks{};
     };
 
     TrieIndex() noexcept { path_.blocks[0] = &top_; }
+    static void linkedStrangers(U32 number, Node* node, Node* other) noexcept;
+    template <bool fetching>
     IndexBlock* descend(U64 head, U32 depth) const noexcept;
     bool addAll(Node* root, Nimbal::AddressFamily af);
+    Node* nearLastNode(Nimbal::IpGenPrefix const& prefix) const noexcept;
+    IndexBlock* blockFor(U64 head, U32 depth);
+    void wait(Node* node) noexcept;
+    void enter(Node* node) noexcept;
     void enter(U32 depths) noexcept;
     void erase(Node* node);
 
@@ -128,6 +135,8 @@ private:
     std::array<Waiting, strides> waiting_;
     U32 depthsWaiting_ = 0;  // a bit for each
     Node* last_ = nullptr;   // the node added last, if it is still there
+    // Whether the last search was for something near that, so that more may come in order.
+    mutable bool inOrder_ = true;
     // Where a search or a walk has been last: what makes one that only reads unfit for two threads.
     mutable Path path_;
     mutable IndexWalk walk_;

@@ -63,6 +63,14 @@ TrieIndex& TrieIndex::numbered(U16 number) noexcept {
     return *indexes[number].load(std::memory_order_acquire);
 }
 
+void TrieIndex::linkedStrangers(U32 number, Node* node, Node* other) noexcept {
+    for (Node* linked : {node, other}) {
+        if (linked != nullptr && linked->index_ != number) {
+            linked->indexLinkChanged();
+        }
+    }
+}
+
 TrieIndex::~TrieIndex() {
     giveUp();
     if (number_ != 0) {

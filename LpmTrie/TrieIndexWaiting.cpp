@@ -1,8 +1,9 @@
 /*
- * How nodes come into the index. Routes mostly come in order, and then one block gets many nodes
- * one after the other; so a node first waits, at each depth for one block, and all that wait for a
- * block are entered at once: when a node comes for another block of that depth, or before the index
- * is used or changed otherwise. An insertion near the one before it needs no search at all.
+ * How nodes come into the index. When routes come in order, an insertion near the one before it
+ * needs no search, and one block gets many nodes one after the other; so a node then first waits,
+ * at each depth for one block, and all that wait for a block are entered at once: when a node comes
+ * for another block of that depth, or before the index is used or changed otherwise. A node whose
+ * insertion needed a search is entered right away: the way to its block has just been gone.
  */
 
 #include <LpmTrie/IndexPath.h>
@@ -29,16 +30,28 @@ void TrieIndex::add(Node* node) noexcept {
     if (!ready_ || node->headLen_ > longest) {
         return;
     }
+    node->index_ = number_;
+    ++nodeCount_;
+    last_ = node;
+    if (inOrder_) {
+        wait(node);
+    } else {
+        enter(node);
+    }
+    if (node->partitionCandidate()) {
+        roleChanged(node);
+    }
+}
+
+void TrieIndex::wait(Node* node) noexcept {
     U32 const depth = depthOf(node->headLen_);
     Waiting& waiting = waiting_[depth];
     if (waiting.places != 0 && !sameBlock(waiting.head, node->head_, depth)) {
         enter(U32{1} << depth);
-        if (!ready_) {
-            return;
-        }
     }
     U32 const place = placeOf(node->head_, node->headLen_);
-    if (has(waiting.places, place)) {
+    if (!ready_ || has(waiting.places, place)) {
+        node->index_ = 0;
         giveUp();  // two nodes of one prefix: one of them is not below the trie's root
         return;
     }
@@ -46,12 +59,32 @@ void TrieIndex::add(Node* node) noexcept {
     waiting.places |= U64{1} << place;
     waiting.nodes[place] = node;
     depthsWaiting_ |= U32{1} << depth;
-    node->index_ = number_;
-    ++nodeCount_;
-    last_ = node;
-    if (node->partitionCandidate()) {
-        roleChanged(node);
+}
+
+/** The block at `depth` along an address, made with those on the way to it if need be. */
+IndexBlock* TrieIndex::blockFor(U64 head, U32 depth) {
+    IndexBlock* block = descend<false>(head, depth);
+    while (path_.depth < depth) {
+        block = block->blockIs(sliceOf(head, path_.depth));
+        path_.blocks[++path_.depth] = block;
     }
+    return block;
+}
+
+void TrieIndex::enter(Node* node) noexcept {
+    walk_.stop();
+    U32 const place = placeOf(node->head_, node->headLen_);
+    try {
+        IndexBlock* const block = blockFor(node->head_, depthOf(node->headLen_));
+        if (!has(block->places(), place)) {
+            block->nodeIs(place, node);
+            return;
+        }
+    } catch (std::bad_alloc const&) {
+        // Goes without the node, and so without all.
+    }
+    node->index_ = 0;
+    giveUp();
 }
 
 /** Enters what waits at the depths whose bits are set; gives up when memory ends. */
@@ -61,13 +94,9 @@ void TrieIndex::enter(U32 depths) noexcept {
         for (; depths != 0; depths &= depths - 1) {
             auto const depth = static_cast<U32>(std::countr_zero(depths));
             Waiting& waiting = waiting_[depth];
-            IndexBlock* block = descend(waiting.head, depth);
-            while (path_.depth < depth) {
-                block = block->blockIs(sliceOf(waiting.head, path_.depth));
-                path_.blocks[++path_.depth] = block;
-            }
+            IndexBlock* const block = blockFor(waiting.head, depth);
             if ((block->places() & waiting.places) != 0) {
-                giveUp();  // as in `add`
+                giveUp();  // as in `wait`
                 return;
             }
             block->nodesIs(waiting.places, waiting.nodes);
@@ -80,9 +109,12 @@ void TrieIndex::enter(U32 depths) noexcept {
 }
 
 Node* TrieIndex::nearLast(Nimbal::IpGenPrefix const& prefix) const noexcept {
-    if (last_ == nullptr) {
-        return nullptr;
-    }
+    Node* const near = last_ != nullptr ? nearLastNode(prefix) : nullptr;
+    inOrder_ = near != nullptr;
+    return near;
+}
+
+Node* TrieIndex::nearLastNode(Nimbal::IpGenPrefix const& prefix) const noexcept {
     auto const agreeing = static_cast<U32>(std::countl_zero(prefix.head() ^ last_->head_));
     U32 const shared = std::min(prefix.len(), agreeing);
     if (shared + nearBits < last_->headLen_) {

@@ -67,7 +67,6 @@ Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPar
         return nullptr;
     }
     auto const [deepest, marked] = index->find(prefix);
-    index->fetchCovering();
     if (deepest == nullptr || !deepest->covers(prefix) || !aliveUpwards(deepest->parent_)) {
         return nullptr;
     }

@@ -64,12 +64,10 @@ TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
 
 /** Fetches what the removal of the node found last will touch into the cache, side by side. */
 void Trie::fetchForRemoval(Node const* node) const noexcept {
-    TrieIndex const* const index = usableIndex();
-    if (index == nullptr) {
+    if (usableIndex() == nullptr) {
         return;
     }
     __builtin_prefetch(node->prefixRef_.get(), 1);
-    index->fetchCovering();
     if (Node const* const parent = node->parent_; parent != nullptr) {
         __builtin_prefetch(parent->prefixRef_.get(), 1);
         prefetchNode(parent->bitNode_[parent->bitNode_[0] == node ? 1 : 0]);

@@ -73,19 +73,6 @@ PtrInterface::~PtrInterface() {
     }
 }
 
-void PtrInterface::flagIs(U32 flag, bool on) const noexcept {
-    if (threadSafePtr()) {
-        if (on) {
-            word_.fetch_or(flag, std::memory_order_relaxed);
-        } else {
-            word_.fetch_and(~flag, std::memory_order_relaxed);
-        }
-    } else {
-        U32 const word = word_.load(std::memory_order_relaxed);
-        word_.store(on ? word | flag : word & ~flag, std::memory_order_relaxed);
-    }
-}
-
 bool PtrInterface::referencesIncUnlessZero() const noexcept {
     U32 word = word_.load(std::memory_order_relaxed);
     while ((word & referenceMask_) != 0) {

@@ -134,7 +134,18 @@ private:
     static constexpr U32 notificationActive_ = 1U << 29;
     static constexpr U32 namedInText_ = 1U << 30;
 
-    void flagIs(U32 flag, bool on) const noexcept;
+    void flagIs(U32 flag, bool on) const noexcept {
+        if (threadSafePtr()) {
+            if (on) {
+                word_.fetch_or(flag, std::memory_order_relaxed);
+            } else {
+                word_.fetch_and(~flag, std::memory_order_relaxed);
+            }
+        } else {
+            U32 const word = word_.load(std::memory_order_relaxed);
+            word_.store(on ? word | flag : word & ~flag, std::memory_order_relaxed);
+        }
+    }
     [[gnu::cold, noreturn]] void failOverflow() const noexcept;
     [[gnu::noinline]] void lastReferenceGone(U32 before) const noexcept;
 

@@ -68,18 +68,12 @@ constinit std::size_t const SlabStorage::largest_ = largestSlot;
 #endif
 constinit SlabStorage::Pool SlabStorage::pools_[largestSlot / grain + 1];
 
-/** The first slot of a piece, or the next one of the piece in hand. */
-void* SlabStorage::Pool::cutSlot(std::size_t bytes) {
-    if (static_cast<std::size_t>(end - cut) < bytes) {
-        std::size_t const size =
-            std::clamp(pieces / 16 / smallestPiece * smallestPiece, smallestPiece, largestPiece);
-        cut = piece(size);
-        end = cut + size;
-        pieces += size;
-    }
-    std::byte* const slot = cut;
-    cut += bytes;
-    return slot;
+void SlabStorage::Pool::takePiece() {
+    std::size_t const size =
+        std::clamp(pieces / 16 / smallestPiece * smallestPiece, smallestPiece, largestPiece);
+    cut = piece(size);
+    end = cut + size;
+    pieces += size;
 }
 
 /** A new piece, a multiple of the smallest one. What an old block has left is given up. */

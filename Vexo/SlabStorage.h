@@ -48,7 +48,7 @@ public:
         Pool& pool = pools_[poolOf(bytes)];
         Lock const lock(pool);
         void* const slot = pool.free;
-        if (slot == nullptr) [[unlikely]] {
+        if (slot == nullptr) {
             return pool.cutSlot(slotBytes(bytes));
         }
         pool.free = link(slot, bytes);
@@ -81,7 +81,16 @@ private:
         std::byte* end = nullptr;
         std::size_t pieces = 0;  // bytes of all pieces
 
-        [[gnu::noinline]] void* cutSlot(std::size_t bytes);
+        /** The next slot of the piece in hand, or the first one of a new piece. */
+        void* cutSlot(std::size_t bytes) {
+            if (static_cast<std::size_t>(end - cut) < bytes) [[unlikely]] {
+                takePiece();
+            }
+            std::byte* const slot = cut;
+            cut += bytes;
+            return slot;
+        }
+        [[gnu::cold, gnu::noinline]] void takePiece();
     };
 
     /** Holds a pool. A process of one thread does without. */

@@ -48,11 +48,14 @@ public:
         if constexpr (!guardsOn) {
             return false;
         }
-        U32 const levels = levels_.load(std::memory_order_relaxed);
-        if ((levels & (unlisted_ | (1U << level))) == 0) [[likely]] {
+        return !allOff(1U << level) && levelOnSlowly(level);
+    }
+    /** Whether lines of any of two levels are wanted. */
+    bool eitherLevelOn(U32 level, U32 other) noexcept {
+        if constexpr (!guardsOn) {
             return false;
         }
-        return levelOnSlowly(level);
+        return !allOff(1U << level | 1U << other) && (levelOnSlowly(level) || levelOnSlowly(other));
     }
     /** Ignores a level above `highestLevel_`. */
     void levelIs(U32 level, bool on) noexcept;
@@ -74,6 +77,10 @@ private:
     friend class TraceHandles;
     static constexpr U32 unlisted_ = 1U << 31;
 
+    /** Certainly none of the levels whose bits are set is on. */
+    bool allOff(U32 levels) const noexcept {
+        return (levels_.load(std::memory_order_relaxed) & (unlisted_ | levels)) == 0;
+    }
     [[gnu::cold, gnu::noinline]] bool levelOnSlowly(U32 level) noexcept;
     void emit(U32 level, char const* source, String const& text);
 
