@@ -75,10 +75,12 @@ Node* Trie::place(Insertion& insertion, HookErrors& errors) {
             count.keep();
             return node;
         }
-        LPM_TRACE(7, " node ", current, ", commonLen ", commonLen);
-        count.passed(current);
         bit = newPrefix.bit(commonLen);
-        LPM_TRACE(7, " bit ", bit);
+        if (Detail::trace.levelOn(7)) [[unlikely]] {
+            LPM_TRACE(7, " node ", current, ", commonLen ", commonLen);
+            LPM_TRACE(7, " bit ", bit);
+        }
+        count.passed(current);
         if (current->bitNode(bit) == nullptr) {
             Node* const node = placeChild(insertion, current, bit, errors);
             count.keep();

@@ -67,7 +67,13 @@ Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPar
         return nullptr;
     }
     auto const [deepest, marked] = index->find(prefix);
-    if (deepest == nullptr || !deepest->covers(prefix) || !aliveUpwards(deepest->parent_)) {
+    if (deepest == nullptr || !deepest->covers(prefix)) {
+        return nullptr;
+    }
+    if (deepest->headLen_ == prefix.len()) {
+        Vexo::prefetch(deepest->prefixRef_.get());  // who looks a node up by its prefix compares it
+    }
+    if (!aliveUpwards(deepest->parent_)) {
         return nullptr;
     }
     candidate = marked;

@@ -67,9 +67,8 @@ void Trie::fetchForRemoval(Node const* node) const noexcept {
     if (usableIndex() == nullptr) {
         return;
     }
-    __builtin_prefetch(node->prefixRef_.get(), 1);
     if (Node const* const parent = node->parent_; parent != nullptr) {
-        __builtin_prefetch(parent->prefixRef_.get(), 1);
+        Vexo::prefetch(parent->prefixRef_.get());
         prefetchNode(parent->bitNode_[parent->bitNode_[0] == node ? 1 : 0]);
     }
 }

@@ -26,7 +26,7 @@ constinit Vexo::FwkType const IpGenPrefixRef::fwkType_("Nimbal::IpGenPrefixRef",
 
 IpGenPrefixRef::Ptr IpGenPrefixRef::IpGenPrefixRefIs(IpGenPrefix const& prefix) {
     Ptr holder(new IpGenPrefixRef(prefix));
-    holder->hasNotificationActiveIs(true);
+    holder->IpGenPrefixRef::hasNotificationActiveIs(true);
     return holder;
 }
 
