@@ -4,7 +4,6 @@
 #include <Vexo/Prefetch.h>
 
 #include <span>
-#include <utility>
 
 namespace LpmTrie {
 
@@ -21,20 +20,10 @@ inline void prefetchForClimb(Node const* node) noexcept {
     Vexo::prefetch(node, 4 * sizeof(void*) - 1);
 }
 
-/** And for the children, which follow on that. */
-inline void prefetchLinks(Node const* node) noexcept {
-    Vexo::prefetch(node, 6 * sizeof(void*) - 1);
-}
-
 /** How many bits are set below others of one word: the baseline has no instruction for it. */
 class BitRanks {
 public:
-    constexpr explicit BitRanks(U64 bits) noexcept : bits_(bits) {
-        bits -= (bits >> 1) & 0x5555555555555555;
-        bits = (bits & 0x3333333333333333) + ((bits >> 2) & 0x3333333333333333);
-        bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
-        upwards_ = bits * 0x0101010101010101;
-    }
+    constexpr explicit BitRanks(U64 bits) noexcept : bits_(bits), upwards_(upwards(bits)) {}
     constexpr U32 total() const noexcept { return static_cast<U32>(upwards_ >> 56); }
     constexpr U32 below(U32 bit) const noexcept {
         U32 const byte = bit & ~U32{7};
@@ -43,6 +32,12 @@ public:
     }
 
 private:
+    static constexpr U64 upwards(U64 bits) noexcept {
+        bits -= (bits >> 1) & 0x5555555555555555;
+        bits = (bits & 0x3333333333333333) + ((bits >> 2) & 0x3333333333333333);
+        bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
+        return bits * 0x0101010101010101;
+    }
     static constexpr std::array<U8, 128> onesOf() noexcept {
         std::array<U8, 128> ones{};
         for (U32 bits = 1; bits < ones.size(); ++bits) {
@@ -53,7 +48,7 @@ private:
     static std::array<U8, 128> const ones_;
 
     U64 bits_;
-    U64 upwards_ = 0;  // in each byte, how many are set up to the end of that byte
+    U64 upwards_;  // in each byte, how many are set up to the end of that byte
 };
 
 /**
@@ -93,6 +88,20 @@ public:
 
     /** Which blocks of the next stride are there, a bit for each. */
     U64 blocks() const noexcept { return bits_.blocks; }
+    /** The nodes at places that are taken, for several looks at them. */
+    class Nodes {
+    public:
+        Nodes() = default;
+        explicit Nodes(IndexBlock const& block) noexcept
+            : ranks_(block.places()), first_(block.words() + block.firstNode()) {}
+        Node* operator[](U32 place) const noexcept {
+            return reinterpret_cast<Node*>(first_[ranks_.below(place)]);
+        }
+
+    private:
+        BitRanks ranks_{0};
+        U64 const* first_ = nullptr;
+    };
     /** The node at a place that is taken. */
     Node* node(U32 place) const noexcept {
         return reinterpret_cast<Node*>(words()[firstNode() + countBelow(places(), place)]);
@@ -105,22 +114,13 @@ public:
     }
     /** Fetches those of the nodes that are at `places` into the cache, side by side. */
     void fetchNodes(U64 places) const noexcept {
-        U64 const taken = this->places();
-        places &= taken;
+        places &= this->places();
         if (places == 0) {
             return;
         }
-        U64 const* const nodes = words() + firstNode();
-        BitRanks const ranks(taken);
-        Node const* parent = nullptr;
-        Node const* node = nullptr;
-        for (; places != 0; places &= places - 1) {
-            U32 const rank = ranks.below(static_cast<U32>(std::countr_zero(places)));
-            parent = std::exchange(node, reinterpret_cast<Node const*>(nodes[rank]));
-            prefetchForClimb(node);
+        for (Nodes const nodes(*this); places != 0; places &= places - 1) {
+            prefetchForClimb(nodes[static_cast<U32>(std::countr_zero(places))]);
         }
-        prefetchLinks(parent);
-        prefetchLinks(node);
     }
     /** Fetches what is read on the way to one slice. */
     void fetchWords(U32 slice) const noexcept {

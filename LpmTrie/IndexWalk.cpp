@@ -70,21 +70,17 @@ void IndexWalk::startAfter(U64 head, std::array<IndexBlock*, levels> const& bloc
     level_ = depth;
     for (U32 above = 0; above < depth; ++above) {
         U32 const slice = Detail::sliceOf(head, above);
-        levels_[above] = {blocks[above], nullptr, nullptr, ~upTo(rankBefore(slice)),
-                          ~upTo(slice),  false};
+        levels_[above] = Level(blocks[above], ~upTo(rankBefore(slice)), ~upTo(slice));
     }
     U32 const firstSlice = place << (IndexBlock::stride - IndexBlock::highest(U64{place}));
-    levels_[depth] = {blocks[depth],
-                      nullptr,
-                      nullptr,
-                      ~upTo(order.rank[place]),
-                      ~U64{0} << (firstSlice % placeCount),
-                      false};
+    levels_[depth] =
+        Level(blocks[depth], ~upTo(order.rank[place]), ~U64{0} << (firstSlice % placeCount));
 }
 
 void IndexWalk::enter(Level& level) noexcept {
     IndexBlock const& block = *level.block;
     level.nodes &= inOrder(block.places());
+    level.nodeAt = IndexBlock::Nodes(block);
     level.blocks &= block.blocks();
     auto const below = block.below();
     level.end = below.data() + below.size();
@@ -106,7 +102,7 @@ Node const* IndexWalk::next() noexcept {
         U64 const nodes = level.blocks == 0 ? level.nodes : level.nodes & upTo(rankBefore(slice));
         if (nodes != 0) {
             level.nodes &= ~(nodes & (~nodes + 1));
-            return level.block->node(order.place[static_cast<U32>(std::countr_zero(nodes))]);
+            return level.nodeAt[order.place[static_cast<U32>(std::countr_zero(nodes))]];
         }
         if (level.blocks != 0) {
             level.blocks &= level.blocks - 1;
@@ -114,7 +110,7 @@ Node const* IndexWalk::next() noexcept {
             if (level.end - below > std::ptrdiff_t{wordsAhead}) {
                 below[wordsAhead].fetchWords();
             }
-            levels_[++level_] = {below, nullptr, nullptr, ~U64{0}, ~U64{0}, false};
+            levels_[++level_] = Level(below, ~U64{0}, ~U64{0});
             continue;
         }
         if (level_ == 0) {

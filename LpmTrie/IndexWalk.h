@@ -48,12 +48,18 @@ private:
 
     /** A block on the way to where the run has come, and what is left to do in it. */
     struct Level {
+        Level() = default;
+        Level(IndexBlock const* of, U64 nodesLeft, U64 blocksLeft) noexcept
+            : block(of), nodes(nodesLeft), blocks(blocksLeft), entered(false) {}
+
         IndexBlock const* block = nullptr;
+        U64 nodes = 0;  // bits in the order of a walk
+        U64 blocks = 0;
+        bool entered = true;  // else the two are still to be cut down to what is there
+        // Not set before that.
+        IndexBlock::Nodes nodeAt;
         IndexBlock const* below = nullptr;  // the next one to go down to
         IndexBlock const* end = nullptr;    // behind the blocks below
-        U64 nodes = 0;                      // bits in the order of a walk
-        U64 blocks = 0;
-        bool entered = true;  // else all this is still to be cut down to what is there
     };
 
     static void enter(Level& level) noexcept;
