@@ -14,11 +14,14 @@
  *   an update half done
  *       A covering route that no route bears out, or a route whose covering routes are not written:
  *       the route decides.
+ *   a prefix with host bits set
+ *       Somebody else has written it; no address meets it: bound, it is unbound, and as a route it
+ *       is a stray one.
  *   an empty partition
  *       The last of its routes was withdrawn, and it was about to be merged: it is merged.
  *
- * The third and the fourth are differences between trie and chip, and repaired as such: no answer
- * that a bucket's own routes give is changed.
+ * Stray routes and updates half done are differences between trie and chip, and repaired as such:
+ * no answer that a bucket's own routes give is changed.
  */
 
 #include <client/PartitionManager.h>
@@ -33,6 +36,14 @@ namespace LpmClient {
 using LpmTrie::Node;
 using LpmTrie::PartitionId;
 using LpmTrie::PendingState;
+
+namespace {
+
+bool hasHostBits(Nimbal::IpGenPrefix const& prefix) {
+    return prefix != prefix.hostBitsCleared();
+}
+
+}  // namespace
 
 bool PartitionManager::restart() {
     if (trie_->root() != nullptr) {
@@ -98,19 +109,22 @@ bool PartitionManager::takeOver() {
 
 /**
  * Unbinds what is nested directly in a prefix bound to the same bucket, which then answers for both
- * as before, and frees the buckets that are not bound: the buckets may be needed. `bindings` are in
- * pre-order.
+ * as before, and what no address meets, and frees the buckets that are not bound then: the buckets
+ * may be needed. `bindings` are in pre-order.
  */
 void PartitionManager::dropLeftovers(std::vector<Binding>& bindings) {
     std::vector<Binding> kept;
     std::vector<Binding> around;  // bindings on the way to the present one
     std::set<Bucket> bound;
     for (Binding const& binding : bindings) {
-        bound.insert(binding.bucket);
-        while (!around.empty() && !around.back().prefix.overlaps(binding.prefix)) {
+        bool const stray = hasHostBits(binding.prefix);
+        if (!stray) {
+            bound.insert(binding.bucket);
+        }
+        while (!stray && !around.empty() && !around.back().prefix.overlaps(binding.prefix)) {
             around.pop_back();
         }
-        if (!around.empty() && around.back().bucket == binding.bucket) {
+        if (stray || (!around.empty() && around.back().bucket == binding.bucket)) {
             writer_.learnBinding(binding.prefix, binding.bucket);
             writer_.unbind(binding.prefix);
         } else {
@@ -155,6 +169,9 @@ void PartitionManager::adoptRoutes() {
             continue;
         }
         for (Route const& route : contents->routes) {
+            if (hasHostBits(route.prefix)) {
+                continue;
+            }
             auto const found = trie_->findPartitionNode(route.prefix, false);
             Node* const partition = found.partitionNode();
             RouteNode* node = routeNode(found.node());
