@@ -4,6 +4,7 @@ A changed object is linked in front of the unchanged static libraries, so that t
 unchanged one out of its archive.
 """
 
+import functools
 import json
 import os
 import pathlib
@@ -11,9 +12,10 @@ import re
 import resource
 import shlex
 import shutil
+import signal
 import subprocess
 import sys
-import time
+import threading
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 BUILD = ROOT / "build" / "mutation"
@@ -43,15 +45,14 @@ class Library:
     def __init__(self):
         programs = sorted({program for programs in FOLDERS.values() for program in programs})
         needed(["cmake", "--preset", "release", "-B", str(BUILD), "-DLPMTRIE_INSTALL=OFF"], cwd=ROOT)
-        needed(["cmake", "--build", str(BUILD), "--parallel", str(os.cpu_count()), "--target", *programs])
+        needed(["cmake", "--build", str(BUILD), "--parallel", os.environ.get("JOBS", str(os.cpu_count())),
+                "--target", *programs])
         database = json.loads((BUILD / "compile_commands.json").read_text())
         self.compiles = {str(pathlib.Path(entry["file"]).relative_to(ROOT)): shlex.split(entry["command"])
                          for entry in database if entry["file"].startswith(str(ROOT))}
         self.links = {program: self.link(program) for program in programs}
         self.times = {}
-        for program in programs:
-            for stage in stages("LpmTrie/LpmTrie.cpp"):
-                self.times[program, stage] = self.time_of(program, stage)
+        self.lock = threading.Lock()
 
     @staticmethod
     def link(program):
@@ -59,12 +60,17 @@ class Library:
         return shlex.split(re.sub(r"^: && | && :$", "", last))
 
     def time_of(self, program, stage):
-        path = next(BUILD.glob(f"tests/*/{program}"))
-        start = time.monotonic()
-        verdict = run_tests(path, stage, 600)
-        if verdict:
-            sys.exit(f"mutation: the unchanged {program} fails: {verdict}")
-        return time.monotonic() - start
+        """Seconds of a processor that the unchanged program needs, found out when first asked for."""
+        with self.lock:
+            if (program, stage) not in self.times:
+                before = os.times()
+                verdict = run_tests(next(BUILD.glob(f"tests/*/{program}")), stage, 3600)
+                if verdict:
+                    sys.exit(f"mutation: the unchanged {program} fails: {verdict}")
+                after = os.times()
+                self.times[program, stage] = (after.children_user + after.children_system
+                                              - before.children_user - before.children_system)
+            return self.times[program, stage]
 
 
 def stages(path):
@@ -78,27 +84,57 @@ def stages(path):
     return result
 
 
-def limits():
+def set_limits(seconds):
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
+    resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds + 5))
+
+
+def used_by(group):
+    """What the processes of a group have used of processors; a new object each time while one is suspended."""
+    used = {}
+    for file in pathlib.Path("/proc").glob("[0-9]*/stat"):
+        try:
+            pid, rest = file.parent.name, file.read_text().rpartition(") ")[2].split()
+        except OSError:
+            continue  # it has ended
+        if int(rest[2]) == group:
+            used[pid] = object() if rest[0] == "T" else rest[11:13]
+    return used
+
+
+def wait_for(process):
+    """What it has printed at its end; none where it waits for ever, and then it is killed."""
+    used = None
+    while True:
+        try:
+            return process.communicate(timeout=60)[0]
+        except subprocess.TimeoutExpired:
+            before, used = used, used_by(process.pid)
+            if used == before:
+                os.killpg(process.pid, 9)  # with the children of its death tests
+                process.communicate()
+                return None
 
 
 def run_tests(program, stage, seconds):
-    """What told that something is wrong; empty where nothing did."""
+    """What told that something is wrong; empty where nothing did.
+
+    The limit counts the processor's seconds, so that a machine that does other things besides kills nothing.
+    """
     filter_, index = stage
     variables = dict(ENVIRONMENT, **({"LPMTRIE_TEST_INDEX": index} if index else {}))
     process = subprocess.Popen(
         [program, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={filter_}"], cwd=program.parent,
         stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
-        env=variables, preexec_fn=limits, start_new_session=True)
-    try:
-        output, _ = process.communicate(timeout=seconds)
-    except subprocess.TimeoutExpired:
-        os.killpg(process.pid, 9)  # with the children of its death tests
-        process.communicate()
-        return f"no end within {seconds:.0f} s"
+        env=variables, preexec_fn=functools.partial(set_limits, int(seconds)), start_new_session=True)
+    output = wait_for(process)
+    if output is None:
+        return "no end, it waits"
     if process.returncode == 0:
         return ""
+    if process.returncode == -signal.SIGXCPU:
+        return f"no end within {int(seconds)} s"
     failed = re.search(r"\[  FAILED  \] ([\w./]+)", output)
     return failed.group(1) if failed else f"status {process.returncode}"
 
@@ -129,29 +165,35 @@ class Worker:
         source = (ROOT / mutant.path).read_text()
         if mutant.path not in self.unchanged:
             self.unchanged[mutant.path] = self.compile(mutant.path, source)
+            if self.unchanged[mutant.path] is None:
+                sys.exit(f"mutation: the unchanged {mutant.path} does not compile")
         changed = self.compile(mutant.path, mutant.apply(source))
         if changed is None:
             return "does not compile", ""
         if changed == self.unchanged[mutant.path]:
             return "same code", ""
         for program in FOLDERS[mutant.path.split("/")[0]]:
+            if not self.link(program):
+                (self.folder / "changed.o").write_bytes(self.unchanged[mutant.path])
+                if not self.link(program):
+                    sys.exit(f"mutation: {program} cannot be linked with the unchanged {mutant.path}")
+                return "does not compile", f"{program} cannot be linked"
             told = self.told_by(program, mutant.path)
             if told:
                 return "killed", f"{program}: {told}"
         return "survived", ""
 
-    def told_by(self, program, path):
+    def link(self, program):
+        """Whether the program could be linked with the changed object."""
         command = list(self.library.links[program])
-        place = self.folder / program
-        command[command.index("-o") + 1] = str(place)
+        command[command.index("-o") + 1] = str(self.folder / program)
         command.insert(next(i for i, word in enumerate(command) if word.endswith(".a")),
                        str(self.folder / "changed.o"))
-        linked = run(command)
-        if linked.returncode != 0:
-            return "cannot be linked"
+        return run(command).returncode == 0
+
+    def told_by(self, program, path):
         for stage in stages(path):
-            usual = self.library.times.get((program, stage), 10)
-            told = run_tests(place, stage, 20 + 5 * usual)
+            told = run_tests(self.folder / program, stage, 20 + 5 * self.library.time_of(program, stage))
             if told:
                 return told
         return ""

@@ -37,7 +37,8 @@ NO_STATEMENT = re.compile(r"(?:return|throw|delete|case|static_assert|using|if|f
 # checks at compile time, and what only fetches memory ahead of its use.
 MASKED = re.compile(
     r"//[^\n]*|/\*.*?\*/|\"(?:\\.|[^\"\\])*\"|'(?:\\.|[^'\\\n])'|^\s*#[^\n]*(?:\\\n[^\n]*)*"
-    r"|\bstatic_assert\([^;]*;|\b__builtin_prefetch\([^;]*;|(?:\w+->)?\bfetch\w+\([^;{]*;|\bprefetch\w+\([^;{]*;",
+    r"|\bstatic_assert\([^;]*;|\b__builtin_prefetch\([^;]*;|(?:\w+->)?\bfetch\w+\([^;{]*;"
+    r"|\b(?:Vexo::)?prefetch\w*\([^;{]*;",
     re.DOTALL | re.MULTILINE)
 
 
