@@ -8,23 +8,23 @@ namespace LpmClient {
 
 namespace {
 
-/** About a move a route, and little time. */
+/** Less than a move a route, and little time. */
 WindowWeights windowWeights() {
     WindowWeights weights;
-    weights.ample = {5, 20};
+    weights.ample = {5, 40};
     weights.scarce = {3, 160};
-    weights.budget = 103;
-    weights.ease = 70;
+    weights.budget = 104;
+    weights.ease = 98;
     return weights;
 }
 
 WindowWeights tightWeights() {
     WindowWeights weights;
-    weights.ample = {10, 50};
-    weights.scarce = {6, 90};
+    weights.ample = {8, 20};
+    weights.scarce = {5, 60};
     weights.budget = 131;
-    weights.ease = 85;
-    weights.roomWorth = 0;
+    weights.ease = 98;
+    weights.prices = {150, 0, 130};
     weights.firstFit = false;
     return weights;
 }

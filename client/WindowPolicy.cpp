@@ -10,13 +10,16 @@ namespace {
 
 constexpr U32 never = ~U32{0};
 
-/** Subtrees below this part of a bucket are not cut. */
-constexpr U32 grainsPerBucket = 32;
+/**
+ * Subtrees below this part of a bucket are not looked at: a piece is cut off where more than its
+ * limit comes together from two branches, so it has about half of that at least.
+ */
+constexpr U32 grainsPerBucket = 4;
 
 /** Routes that come in address order fill buckets behind them that will not grow any more. */
 constexpr Effort inOrder{3, 0};
-/** So what counts is room in front of them. */
-constexpr U32 roomWorthInOrder = 200;
+/** So what counts is room in front of them, and full buckets are welcome. */
+constexpr WindowPrices pricesInOrder{85, 160, 0};
 
 /** A cut that is tried. */
 struct Attempt {
@@ -38,6 +41,11 @@ U32 limitOf(Room const& room, U32 slack) {
 
 U32 between(U32 from, U32 to, double part) {
     return static_cast<U32>(std::lround(from + (static_cast<double>(to) - from) * part));
+}
+
+double eighthPower(double value) {
+    double const square = value * value;
+    return square * square * square * square;
 }
 
 }  // namespace
@@ -75,7 +83,7 @@ std::optional<Cut> WindowPolicy::makeRoom(ClientTrie& trie, RouteNode* root, Rou
     aim.pieces = effort.pieces;
     aim.growth = std::min<U32>(room.freshBuckets, 1);
     aim.freshBuckets = room.freshBuckets;
-    aim.roomWorth = ordered ? roomWorthInOrder : weights_.roomWorth;
+    aim.prices = ordered ? pricesInOrder : weights_.prices;
     aim.incoming = incoming;
     for (U32 const slack : {effort.slack, U32{0}}) {
         aim.limit = limitOf(room, slack);
@@ -100,6 +108,7 @@ std::optional<Cut> WindowPolicy::shrink(ClientTrie& trie, RouteNode* root, Room 
     aim.pieces = effort.pieces;
     aim.limit = limitOf(room, effort.slack);
     aim.save = true;
+    aim.prices = weights_.prices;
     aim.freshBuckets = room.freshBuckets;
     Choice const choice = search(root, aim);
     return choice.found ? std::optional(choice.cut) : std::nullopt;
@@ -196,14 +205,7 @@ void WindowPolicy::consider(Window const& window, Aim const& aim, U32 incomingIt
     if (trial_.largest() > aim.limit) {
         return;
     }
-    double const bound = aim.bound;
-    double const growth =
-        static_cast<double>(trial_.sizes.size()) - static_cast<double>(window.roots().size());
-    double price = growth * bound * weights_.bucketPrice / 100;
-    if (incomingItem != noPiece) {
-        U32 const filled = trial_.sizes[cutter_.pieceOf(incomingItem)];
-        price -= (bound - filled) * aim.roomWorth / 100;
-    }
+    double const price = this->price(window, aim, incomingItem);
     auto moves = static_cast<double>(trial_.moves);
     if (best.found && moves + price >= best.cost) {
         return;
@@ -212,11 +214,33 @@ void WindowPolicy::consider(Window const& window, Aim const& aim, U32 incomingIt
     // Pieces that wait for each other may cost more than what they do not have in common.
     Recut const plan = planRecut(cut, aim.bound, aim.incoming);
     moves = static_cast<double>(plan.moves);
-    bool const pays = !aim.save || moves <= -growth * bound * weights_.mergePrice / 100;
+    double const saved =
+        static_cast<double>(window.roots().size()) - static_cast<double>(trial_.sizes.size());
+    bool const pays = !aim.save || moves <= saved * aim.bound * weights_.mergePrice / 100;
     if (pays && plan.freshBuckets <= aim.freshBuckets &&
         (!best.found || moves + price < best.cost)) {
         best = {window.roots(), std::move(cut), moves + price, true};
     }
+}
+
+/** What the cut judged last costs besides its moves, compared with leaving the window as it is. */
+double WindowPolicy::price(Window const& window, Aim const& aim, U32 incomingItem) const {
+    double const bound = aim.bound;
+    double buckets = 0;
+    double crowding = 0;
+    for (U32 const size : trial_.sizes) {
+        ++buckets;
+        crowding += eighthPower(size / bound);
+    }
+    for (RouteNode const* const root : window.roots()) {
+        --buckets;
+        crowding -= eighthPower(root->partitionRouteCount() / bound);
+    }
+    double price = bound * (buckets * aim.prices.bucket + crowding * aim.prices.crowding);
+    if (incomingItem != noPiece) {
+        price -= (bound - trial_.sizes[cutter_.pieceOf(incomingItem)]) * aim.prices.room;
+    }
+    return price / 100;
 }
 
 }  // namespace LpmClient

@@ -13,6 +13,19 @@ struct Effort {
     U32 slack = 110;
 };
 
+/** What cuts cost besides the routes that they move: hundredths of a moved route. */
+struct WindowPrices {
+    /** For a bucket more, each route of its bound. */
+    U32 bucket = 80;
+    /** Off for room in the incoming route's piece, each route. */
+    U32 room = 70;
+    /**
+     * For a full piece, each route of it; for others less, by the eighth power of the fill: one
+     * that is nearly full will soon have to be cut again.
+     */
+    U32 crowding = 70;
+};
+
 /** What a window policy weighs. Hundredths where nothing else is said. */
 struct WindowWeights {
     /** While few moves have been made. */
@@ -22,17 +35,15 @@ struct WindowWeights {
     /** Moves allowed for each route; none: the effort is always ample. */
     U32 budget = 0;
     /** Moves allowed for each withdrawal besides. */
-    U32 withdrawalBudget = 10;
+    U32 withdrawalBudget = 6;
     /** From this part of the moves allowed on, the effort falls. */
     U32 ease = 80;
     /** Neighbours tried at each size of the window, and the partition above it. */
     U32 neighbours = 3;
     /** Whether the smallest window wins in which the routes find room, or wider ones compete. */
     bool firstFit = true;
-    /** What a bucket more costs, of its bound, weighed against moved routes. */
-    U32 bucketPrice = 400;
-    /** What room for another route in the incoming one's piece is worth, of a moved route. */
-    U32 roomWorth = 70;
+    /** What is weighed against moved routes. */
+    WindowPrices prices;
     /** Most routes moved for each bucket that a withdrawal may save, of its bound. */
     U32 mergePrice = 50;
 };
@@ -41,7 +52,8 @@ struct WindowWeights {
  * Cuts a few neighbouring partitions anew as one tree, so that another bucket is taken only where
  * none of them can be spared. Windows grow from the full partition by one neighbour at a time; in
  * each, cuts of several limits are tried, with and without the present roots, and the cheapest
- * wins: moved routes, a price for a bucket more, and less for room where routes come.
+ * wins: moved routes, a price for a bucket more and for pieces that are nearly full, and less for
+ * room where routes come.
  *
  * With a budget it keeps account of the moves made: what has not been spent on one part
  * of the table makes the cuts of another better.
@@ -72,7 +84,7 @@ private:
         std::size_t growth = 0;  // pieces more than now, at most
         bool save = false;       // only cuts with fewer pieces
         U32 freshBuckets = 0;    // as many there are
-        U32 roomWorth = 0;       // see WindowWeights
+        WindowPrices prices;
         RouteNode const* incoming = nullptr;
     };
 
@@ -91,6 +103,7 @@ private:
                  Aim const& aim);
     void tryWindow(std::vector<RouteNode*> roots, Aim const& aim, Choice& best);
     void consider(Window const& window, Aim const& aim, U32 incomingItem, Choice& best);
+    double price(Window const& window, Aim const& aim, U32 incomingItem) const;
 
     WindowWeights const weights_;
     Cutter cutter_;

@@ -1,12 +1,12 @@
-#include "PolicyReport.h"
+#include "PolicyGoals.h"
 
 #include <client/Policy.h>
 #include <tools/Svg.h>
 
 #include <algorithm>
-#include <cmath>
 #include <fstream>
 #include <iomanip>
+#include <iterator>
 #include <map>
 #include <set>
 #include <sstream>
@@ -22,33 +22,11 @@ struct Work {
     std::string unit;
 };
 
-/** What the policies are meant to reach. */
-struct Goal {
-    std::string work;
-    U32 bucketRoutes;  // 0: any
-    double ratio;
-    double moves;
-};
-
-std::vector<Goal> const goals{{"random", 0, 1.10, 1.0},          {"random", 0, 1.05, 1.3},
-                              {"random", 0, 1.05, 1.0},          {"address", 0, 1.05, 1.0},
-                              {"address", 0, 1.02, 0.8},         {"replacements", 512, 1.10, 0.05},
-                              {"replacements", 512, 1.08, 0.05}, {"replacements", 64, 1.15, 0.15},
-                              {"replacements", 64, 1.10, 0.10}};
-
 std::vector<Work> const works{
     {"download", "A whole table at once, whatever the policy", "a route"},
     {"random", "One route after the other, in random order", "a route"},
     {"address", "One route after the other, in order of address", "a route"},
     {"replacements", "Then random replacements", "a replacement"}};
-
-std::string familyName(Nimbal::AddressFamily af) {
-    return af == Nimbal::AddressFamily::ipv6 ? "IPv6" : "IPv4";
-}
-
-bool isNamed(std::string const& policy) {
-    return policy.find(':') == std::string::npos;
-}
 
 /** The place of a policy's group in the pictures. */
 std::size_t groupOf(std::string const& policy) {
@@ -65,31 +43,6 @@ void writeFile(std::string const& path, std::string const& text) {
     if (!file) {
         throw std::runtime_error(path + ": cannot be written");
     }
-}
-
-/** Rows of one work, family and bucket. */
-std::vector<Row> rowsOf(std::vector<Row> const& all, std::string const& work,
-                        Nimbal::AddressFamily af, U32 bucketRoutes) {
-    std::vector<Row> rows;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(rows), [&](Row const& row) {
-        return row.work == work && row.af == af && row.bucketRoutes == bucketRoutes;
-    });
-    return rows;
-}
-
-/** How far a row is from a goal: 0 when it is reached. */
-double distance(Row const& row, Goal const& goal) {
-    // As they are printed: rounded.
-    double const ratio = std::round(row.worstRatio * 1000) / 1000;
-    double const moves = std::round(row.moves * 100) / 100;
-    return std::max(ratio / goal.ratio - 1, 0.0) + std::max(moves / goal.moves - 1, 0.0);
-}
-
-std::string figures(Row const& row) {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(3) << row.worstRatio << " at " << std::setprecision(2)
-         << row.moves;
-    return text.str();
 }
 
 std::string cell(std::vector<Row> const& rows, std::string_view policy) {
@@ -122,7 +75,7 @@ public:
         for (Work const& work : works) {
             section(work);
         }
-        aims();
+        writeGoals(text_, rows_);
         times();
         writeFile(directory_ + "/policies.md", text_.str());
     }
@@ -180,35 +133,6 @@ private:
         text_ << ".\n\n";
     }
 
-    /** Each goal, and the row that reaches it or comes nearest. */
-    void aims() {
-        text_ << "\n## What is aimed at\n\nFor each aim the policy that reaches it, "
-                 "or else comes nearest. Buckets come whole: the\nlast column tells what a single "
-                 "one is, at the tenth where that policy is worst.\n\n"
-              << "| Work | Aim | | Policy | Reached | One bucket |\n|---|---|---|---|---|---|\n";
-        for (Goal const& goal : goals) {
-            for (auto const& [af, bucketRoutes] : tables_) {
-                auto rows = rowsOf(rows_, goal.work, af, bucketRoutes);
-                std::erase_if(rows, [](Row const& row) { return !isNamed(row.policy); });
-                if (rows.empty() || (goal.bucketRoutes != 0 && goal.bucketRoutes != bucketRoutes)) {
-                    continue;
-                }
-                aim(goal,
-                    *std::min_element(rows.begin(), rows.end(), [&](Row const& a, Row const& b) {
-                        return distance(a, goal) < distance(b, goal);
-                    }));
-            }
-        }
-    }
-
-    void aim(Goal const& goal, Row const& row) {
-        text_ << "| " << goal.work << " | " << std::fixed << std::setprecision(2) << goal.ratio
-              << " at " << goal.moves << " | " << familyName(row.af) << ", " << row.bucketRoutes
-              << " | `" << row.policy << "` | " << (distance(row, goal) > 0 ? "no: " : "")
-              << figures(row) << " | " << std::setprecision(1)
-              << 100.0 / static_cast<double>(std::max(row.optimumThere, U64{1})) << " % |\n";
-    }
-
     /** The named policies that a work has been measured with. */
     std::vector<std::string_view> policiesOf(Work const& work) const {
         std::vector<std::string_view> names;
@@ -252,9 +176,7 @@ private:
             text_ << " `" << policy << "` |";
         }
         text_ << "\n|---|";
-        for (std::size_t i = 0; i < measured.size(); ++i) {
-            text_ << "---|";
-        }
+        std::fill_n(std::ostream_iterator<char const*>(text_), measured.size(), "---|");
         text_ << '\n' << lines.str();
         if (work.name != "download") {
             pictures(work);
@@ -265,8 +187,7 @@ private:
         text_ << '\n';
         for (auto const& [af, bucketRoutes] : tables_) {
             auto const rows = rowsOf(rows_, work.name, af, bucketRoutes);
-            bool const shown = bucketRoutes == 64 || bucketRoutes == 512;
-            if (rows.empty() || !shown) {
+            if (rows.empty() || (bucketRoutes != 64 && bucketRoutes != 512)) {
                 continue;
             }
             std::string const name = "policies-" + work.name + "-" + familyName(af) + "-" +

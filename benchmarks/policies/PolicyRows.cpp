@@ -1,19 +1,44 @@
-#include "PolicyReport.h"
+#include "PolicyGoals.h"
 
+#include <algorithm>
 #include <iomanip>
 #include <istream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
 namespace PolicyFigures {
 
+std::string familyName(Nimbal::AddressFamily af) {
+    return af == Nimbal::AddressFamily::ipv6 ? "IPv6" : "IPv4";
+}
+
+bool isNamed(std::string const& policy) {
+    return policy.find(':') == std::string::npos;
+}
+
+std::string figures(Row const& row) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(3) << row.worstRatio << " at " << std::setprecision(2)
+         << row.moves;
+    return text.str();
+}
+
+std::vector<Row> rowsOf(std::vector<Row> const& all, std::string const& work,
+                        Nimbal::AddressFamily af, U32 bucketRoutes) {
+    std::vector<Row> rows;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(rows), [&](Row const& row) {
+        return row.work == work && row.af == af && row.bucketRoutes == bucketRoutes;
+    });
+    return rows;
+}
+
 std::string csv(Row const& row) {
     std::ostringstream line;
-    line << row.work << ',' << (row.af == Nimbal::AddressFamily::ipv6 ? "IPv6" : "IPv4") << ','
-         << row.bucketRoutes << ',' << row.seed << ',' << row.policy << ',' << std::fixed
-         << std::setprecision(4) << row.worstRatio << ',' << row.optimumThere << ',' << row.moves
-         << ',' << row.mostMoves << ',' << row.routes << ',' << row.updates << ','
-         << row.microseconds << ',' << row.libraryMicroseconds;
+    line << row.work << ',' << familyName(row.af) << ',' << row.bucketRoutes << ',' << row.seed
+         << ',' << row.policy << ',' << std::fixed << std::setprecision(4) << row.worstRatio << ','
+         << row.optimumThere << ',' << row.moves << ',' << row.mostMoves << ',' << row.routes << ','
+         << row.updates << ',' << row.microseconds << ',' << row.libraryMicroseconds;
     return line.str();
 }
 

@@ -38,6 +38,7 @@ std::vector<Call> const calls{
     {"planOneByOne",
      {"plan", "TABLE", "--one-by-one", "--policy=redistribute", "--bucket=1", "--buckets=9",
       "--bindings=9", "--check=2", "--csv"}},
+    {"planHtml", {"plan", "TABLE", "--buckets=9", "--bindings=9", "--check=2", "--html=/dev/null"}},
     {"planDot", {"plan", "TABLE", "--buckets=9", "--bindings=9", "--check=2", "--dot=/dev/null"}},
     {"diff", {"diff", "TABLE", "UPDATES", "--bucket=1"}, 1, 2},
     {"lookup", {"lookup", "10.1.0.1", "--table", "TABLE", "--bucket=1"}},
