@@ -242,13 +242,4 @@ Recut planRecut(Cut const& cut, U32 bucketRoutes, RouteNode const* incoming) {
     return Planner(cut, bucketRoutes, incoming).plan();
 }
 
-void assignFresh(Recut& recut, std::vector<LpmTrie::PartitionId::Ptr> const& fresh) {
-    auto next = fresh.begin();
-    for (NewPiece& piece : recut.news) {
-        if (piece.from == noPiece) {
-            piece.id = *next++;
-        }
-    }
-}
-
 }  // namespace LpmClient

@@ -81,6 +81,15 @@ void change(ClientTrie& trie, std::vector<From> const& from, std::vector<To> con
 
 }  // namespace
 
+void assignFresh(Recut& recut, std::vector<LpmTrie::PartitionId::Ptr> const& fresh) {
+    auto next = fresh.begin();
+    for (NewPiece& piece : recut.news) {
+        if (piece.from == noPiece) {
+            piece.id = *next++;
+        }
+    }
+}
+
 void recutTrie(ClientTrie& trie, Recut const& recut) {
     change(trie, recut.olds, recut.news);
 }

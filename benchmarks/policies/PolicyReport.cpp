@@ -30,10 +30,7 @@ std::vector<Work> const works{
 
 /** The place of a policy's group in the pictures. */
 std::size_t groupOf(std::string const& policy) {
-    if (isNamed(policy)) {
-        return 0;
-    }
-    return policy[0] == 'w' ? 1 : policy[0] == 'r' ? 2 : 3;
+    return isNamed(policy) ? 0 : policy[0] == 'w' ? 1 : policy[0] == 'r' ? 2 : 3;
 }
 
 void writeFile(std::string const& path, std::string const& text) {
