@@ -26,13 +26,13 @@ std::vector<Goal> const goals{{"random", 0, 1.10, 1.0},          {"random", 0, 1
                               {"replacements", 512, 1.08, 0.05}, {"replacements", 64, 1.15, 0.15},
                               {"replacements", 64, 1.10, 0.10}};
 
-/** How much too many buckets a row takes: 0 when it is as good as the goal. As printed: rounded. */
+/** How much too many buckets a row takes: 0 when it is as good as the goal. */
 double ratioMissed(Row const& row, Goal const& goal) {
-    return std::max(std::round(row.worstRatio * 1000) / 1000 / goal.ratio - 1, 0.0);
+    return std::max(row.worstRatio / goal.ratio - 1, 0.0);
 }
 
 double movesMissed(Row const& row, Goal const& goal) {
-    return std::max(std::round(row.moves * 100) / 100 / goal.moves - 1, 0.0);
+    return std::max(row.moves / goal.moves - 1, 0.0);
 }
 
 double distance(Row const& row, Goal const& goal) {
@@ -114,8 +114,8 @@ void writeMissed(std::ostream& out, std::vector<Trial> const& trials) {
             << best(
                    trial, [](Row const& at) { return at.moves; }, ratioMissed)
             << " | " << std::lround(row.worstRatio * fewest) << ", "
-            << std::lround(std::floor((trial.goal.ratio + 0.0005) * fewest)) << ", "
-            << row.optimumThere << " |\n";
+            << std::lround(std::floor(trial.goal.ratio * fewest)) << ", " << row.optimumThere
+            << " |\n";
     }
 }
 

@@ -1,5 +1,6 @@
 #include <tests/LpmTrie/ModelOperations.h>
 #include <tests/Support/LeakCheck.h>
+#include <tests/Support/Sanitized.h>
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,7 @@ namespace {
 
 using Nimbal::AddressFamily;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
 constexpr std::uint64_t usualOperations = 20'000;
 #else
 constexpr std::uint64_t usualOperations = 200'000;

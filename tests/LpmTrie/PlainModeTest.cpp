@@ -5,17 +5,11 @@
  * come from do without them too.
  */
 
+#include <tests/Support/Sanitized.h>
+
 #include <LpmTrie/LpmTrie.h>
 
 #include <gtest/gtest.h>
-
-#if defined(__has_feature)
-#define LPMTRIE_SANITIZED (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define LPMTRIE_SANITIZED 1
-#else
-#define LPMTRIE_SANITIZED 0
-#endif
 
 #if defined(__x86_64__) && defined(__linux__) && !LPMTRIE_SANITIZED
 

@@ -1,5 +1,6 @@
 #include <tests/LpmTrie/ModelSmallWorld.h>
 #include <tests/Support/LeakCheck.h>
+#include <tests/Support/Sanitized.h>
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,7 @@
 namespace TrieModel {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
 constexpr U32 mostRoutes = 2;  // a tenth of the steps
 #else
 constexpr U32 mostRoutes = 3;

@@ -1,3 +1,4 @@
+#include <tests/Support/Sanitized.h>
 #include <tests/tools/GoodRun.h>
 #include <tests/tools/TemporaryFiles.h>
 
@@ -35,7 +36,7 @@ TEST_F(CommandPlanStreamTest, timeLineOfALongStreamIsThinned) {
 }
 
 TEST_F(CommandPlanStreamTest, flappingTakesNoMemory) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
     GTEST_SKIP() << "sanitizers take memory of their own";
 #endif
     std::string stream;
@@ -56,7 +57,7 @@ TEST_F(CommandPlanStreamTest, flappingTakesNoMemory) {
 }
 
 TEST_F(CommandPlanStreamTest, nextHopsOfThePastTakeNoMemory) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
     GTEST_SKIP() << "sanitizers take memory of their own";
 #endif
     std::string stream;

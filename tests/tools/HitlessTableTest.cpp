@@ -1,4 +1,5 @@
 #include <tests/Support/LeakCheck.h>
+#include <tests/Support/Sanitized.h>
 #include <tests/client/WatchedChip.h>
 #include <tools/NaiveTable.h>
 #include <tools/RouteGenerator.h>
@@ -30,7 +31,7 @@ using Vexo::U32;
 using Vexo::U64;
 using Vexo::U8;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
 constexpr U32 tableSize = 3'000;
 #else
 constexpr U32 tableSize = 20'000;

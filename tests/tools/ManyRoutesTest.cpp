@@ -1,3 +1,4 @@
+#include <tests/Support/Sanitized.h>
 #include <tests/tools/RunCommand.h>
 
 #include <gtest/gtest.h>
@@ -19,7 +20,7 @@ using Json = nlohmann::json;
 
 std::string manyRoutes() {
     char const* const asked = std::getenv("LPMTRIE_ROUTES");
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
     constexpr char const* usual = "20000";
 #else
     constexpr char const* usual = "200000";
@@ -32,7 +33,7 @@ class ManyRoutesTest : public testing::TestWithParam<char const*> {
 protected:
     /** Address space for so many routes; sanitizers reserve more than any bound. */
     static std::string limit(unsigned long routes) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
         static_cast<void>(routes);
         return "unlimited";
 #else

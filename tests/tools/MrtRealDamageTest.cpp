@@ -1,3 +1,4 @@
+#include <tests/Support/Sanitized.h>
 #include <tests/tools/MrtDamage.h>
 #include <tests/tools/MrtRealData.h>
 #include <tests/tools/Seed.h>
@@ -29,7 +30,7 @@ std::string bytesOf(std::string const& path) {
  * every byte takes minutes, and is asked for by LPMTRIE_DAMAGE_STEP=1, as scripts/damaged-mrt does.
  */
 std::size_t step() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
     constexpr std::size_t usual = 17;
 #else
     constexpr std::size_t usual = 1;

@@ -1,4 +1,5 @@
 #include <tests/Support/LeakCheck.h>
+#include <tests/Support/Sanitized.h>
 #include <tools/RouteGenerator.h>
 
 #include <LpmTrie/LpmTrie.h>
@@ -37,7 +38,7 @@ using Vexo::U64;
 constexpr U32 tableSize = 10'000;
 constexpr U32 partitions = 40;
 constexpr U32 runs = 10;
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if LPMTRIE_SANITIZED
 constexpr U32 shufflesInRun = 5;
 #else
 constexpr U32 shufflesInRun = 50;  // 500 of each family
