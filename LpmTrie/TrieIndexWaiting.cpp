@@ -51,8 +51,9 @@ void TrieIndex::wait(Node* node) noexcept {
     }
     U32 const place = placeOf(node->head_, node->headLen_);
     if (!ready_ || has(waiting.places, place)) {
+        // No memory, or two nodes of one prefix: then one of them is not below the trie's root.
         node->index_ = 0;
-        giveUp();  // two nodes of one prefix: one of them is not below the trie's root
+        giveUp();
         return;
     }
     waiting.head = node->head_;

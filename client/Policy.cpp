@@ -1,7 +1,6 @@
 #include <client/HalvingPolicy.h>
 #include <client/WindowPolicy.h>
 
-#include <array>
 #include <stdexcept>
 
 namespace LpmClient {

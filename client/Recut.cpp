@@ -18,8 +18,6 @@
 
 #include <client/Recut.h>
 
-#include <algorithm>
-
 namespace LpmClient {
 
 namespace {

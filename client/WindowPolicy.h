@@ -55,8 +55,8 @@ struct WindowWeights {
  * wins: moved routes, a price for a bucket more and for pieces that are nearly full, and less for
  * room where routes come.
  *
- * With a budget it keeps account of the moves made: what has not been spent on one part
- * of the table makes the cuts of another better.
+ * With a budget it keeps account of the moves made: what has not been spent on one part of the
+ * table makes the cuts of another better.
  */
 class WindowPolicy : public Policy {
 public:

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <iomanip>
-#include <optional>
 #include <ostream>
 #include <set>
 #include <sstream>

@@ -4,8 +4,6 @@
 
 #include <LpmTrie/RouteQueries.h>
 
-#include <optional>
-
 namespace {
 
 using namespace TrieTests;

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
-#include <set>
 #include <vector>
 
 namespace {
