@@ -22,7 +22,9 @@ WindowWeights tightWeights() {
     weights.ample = {8, 20};
     weights.scarce = {5, 60};
     weights.budget = 131;
+    weights.advance = 14;
     weights.ease = 98;
+    weights.neighbours = 4;
     weights.prices = {150, 0, 130};
     weights.firstFit = false;
     return weights;

@@ -59,7 +59,8 @@ WindowPolicy::Arrivals WindowPolicy::Arrivals::after(
 Effort WindowPolicy::effort(ClientTrie const& trie, Room const& room) const {
     double const allowed = static_cast<double>(U64{trie.root()->routeCount()} * weights_.budget +
                                                room.withdrawn * weights_.withdrawalBudget) /
-                           100;
+                               100 +
+                           static_cast<double>(U64{room.bucketRoutes} * weights_.advance);
     if (weights_.budget == 0 || allowed == 0) {
         return weights_.ample;
     }

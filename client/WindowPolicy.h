@@ -34,6 +34,8 @@ struct WindowWeights {
     Effort scarce;
     /** Moves allowed for each route; none: the effort is always ample. */
     U32 budget = 0;
+    /** Moves allowed from the start besides, in bounds of a bucket: small tables need them most. */
+    U32 advance = 0;
     /** Moves allowed for each withdrawal besides. */
     U32 withdrawalBudget = 6;
     /** From this part of the moves allowed on, the effort falls. */
