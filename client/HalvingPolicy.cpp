@@ -31,7 +31,7 @@ std::optional<Cut> HalvingPolicy::makeRoom(ClientTrie& trie, RouteNode* root,
     if (room.freshBuckets == 0 || routes < 2) {
         return std::nullopt;
     }
-    U32 const half = static_cast<U32>(U64{routes} * share_ / 100);
+    U32 const half = std::max(static_cast<U32>(U64{routes} * share_ / 100), U32{1});
     LpmTrie::Node* node = trie.findMergeNodeViaSplitCount(root, half, false).node();
     U32 const cutOff = node->partitionRouteCount();
     if (node == root || routes - cutOff > room.bucketRoutes || cutOff > room.bucketRoutes) {

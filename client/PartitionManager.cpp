@@ -196,6 +196,10 @@ bool PartitionManager::retry() {
     }
     for (auto at = toImprove_.begin(); at != toImprove_.end();) {
         at = tryImprove(*at) ? toImprove_.erase(at) : std::next(at);
+        // What was refused may be taken back only in part: the next one needs the chip as it was.
+        if (!writer_.settle()) {
+            return false;
+        }
     }
     auto const updates = owed_;
     for (auto const& [prefix, nextHop] : updates) {

@@ -121,7 +121,8 @@ public:
     std::vector<Difference> audit() const;
     /**
      * Makes the chip agree with the trie. Returns the differences that are left, since the chip has
-     * refused a write; they, and those left by std::bad_alloc, `retry` takes up.
+     * refused a write; they, and those left by std::bad_alloc, `retry` takes up. After a restart
+     * that has failed it only tells them: the trie does not know what the chip should hold.
      */
     std::vector<Difference> repair();
 

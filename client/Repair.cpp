@@ -62,6 +62,9 @@ std::vector<Difference> PartitionManager::audit() const {
 }
 
 std::vector<Difference> PartitionManager::repair() {
+    if (mustRestart_) {
+        return audit();  // an empty trie is no reason to empty the chip
+    }
     // What is owed shows as differences: a write that can never succeed must not hold up the rest.
     mustRepair_ = true;
     StrayIds strayIds;

@@ -71,6 +71,19 @@ TEST_F(SplitAdviceTest, countOfZeroIsNotAskedFor) {
     EXPECT_FALSE(half_.makeRoom(*trie_, nest("11.0.0.0/8"), nullptr, {0, 8}));
 }
 
+TEST_F(SplitAdviceTest, shareOfLessThanARouteIsARoute) {
+    HalvingPolicy fifth(false, 20);
+    for (char const* const text : {"10.0.0.0/8", "11.0.0.0/8", "11.1.0.0/16", "11.1.1.0/24"}) {
+        add(text);
+        U32 const routes = top_->partitionRouteCount();
+        auto const cut = fifth.makeRoom(*trie_, top_, nullptr, {std::max(routes - 1, 1U), 8});
+        ASSERT_EQ(cut.has_value(), routes > 1) << text;
+        if (cut) {
+            EXPECT_GT(cut->newRoots.back()->partitionRouteCount(), 0U);
+        }
+    }
+}
+
 TEST_F(SplitAdviceTest, sourceItselfIsNeverTheCut) {
     U32 routes = 0;
     for (char const* const text : {"0.0.0.0/0", "10.0.0.0/8", "200.0.0.0/8", "200.1.0.0/16",

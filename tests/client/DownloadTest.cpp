@@ -166,6 +166,34 @@ TEST_P(DownloadTest, refusedAtAnyWriteLeavesNothing) {
     }
 }
 
+TEST_P(DownloadTest, cutOffAtAnyWriteIsGoneOnWithAfterARestart) {
+    auto const routes = randomRoutes(space_, 20, random_);
+    ClientWorld whole(space_, policy_, {60, 4, 60});
+    ASSERT_EQ(whole.download(routes), Outcome::done);
+    for (U64 number = 0; number <= whole.watched.writes(); ++number) {
+        SCOPED_TRACE("write " + std::to_string(number));
+        ClientWorld world(space_, policy_, {60, 4, 60});
+        world.watch(false);
+        world.watched.refuse = refusalFrom(number);
+        world.manager().download(routes);
+        world.newManager();
+        world.watched.refuse = nullptr;
+        ASSERT_TRUE(world.manager().restart());
+        world.table = world.heldByTrie();
+        for (auto const& [prefix, nextHop] : world.table) {
+            ASSERT_EQ(whole.table.at(prefix), nextHop) << prefix;
+        }
+        ASSERT_NO_FATAL_FAILURE(world.check());
+        world.watch(true);
+        for (Route const& route : routes) {
+            ASSERT_NE(world.update({route.prefix, route.nextHop}), Outcome::refused);
+        }
+        ASSERT_EQ(world.table, whole.table);
+        ASSERT_NO_FATAL_FAILURE(world.check());
+        ASSERT_FALSE(world.failed());
+    }
+}
+
 TEST_P(DownloadTest, supersedesWhatWasOwedBefore) {
     auto const routes = randomRoutes(space_, 20, random_);
     ClientWorld world(space_, policy_, {60, 4, 60});

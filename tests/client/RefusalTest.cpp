@@ -157,6 +157,41 @@ TEST_P(RefusalTest, writesRefusedForGoodStayOwedUntilTheChipTakesThem) {
     }
 }
 
+/** Several partitions to be merged, whose first merge is taken back only in part. */
+TEST_P(RefusalTest, mergesTakenUpTogetherAreRefusedOneByOne) {
+    U64 interrupted = 0;
+    for (std::size_t last = 20; last < steps_.size() && !HasFatalFailure(); last += 4) {
+        for (U64 number = 0; number < 12; ++number) {
+            SCOPED_TRACE("update " + std::to_string(last) + ", write " + std::to_string(number));
+            ClientWorld world(space_, policy_, size_);
+            world.watch(false);
+            for (std::size_t i = 0; i < last; ++i) {
+                bool const withdrawal = !steps_[i].update.nextHop;
+                world.watched.refuse = [=](U64, WatchedChip::Write const& write) {
+                    bool const isMove = write.kind == LpmClient::WriteKind::writeRoute ||
+                                        write.kind == LpmClient::WriteKind::bind ||
+                                        write.kind == LpmClient::WriteKind::unbind;
+                    return withdrawal && isMove ? std::optional(WriteStatus::transientError)
+                                                : std::nullopt;
+                };
+                ASSERT_NE(world.update(steps_[i].update), Outcome::refused);
+            }
+            world.watched.countAnew();
+            world.watched.refuse = [number](U64 n, WatchedChip::Write const&) {
+                bool const refused = n == number || n == number + 1;
+                return refused ? std::optional(WriteStatus::transientError) : std::nullopt;
+            };
+            world.watch(true);
+            interrupted += world.quietly([&] { return world.manager().retry(); }) ? 0U : 1U;
+            world.watched.refuse = nullptr;
+            ASSERT_TRUE(world.quietly([&] { return world.manager().retry(); }));
+            ASSERT_FALSE(world.failed());
+            ASSERT_NO_FATAL_FAILURE(world.check());
+        }
+    }
+    EXPECT_GT(interrupted, 10U);
+}
+
 INSTANTIATE_TEST_SUITE_P(All, RefusalTest, testing::ValuesIn(allCases()), caseName);
 
 }  // namespace

@@ -94,6 +94,19 @@ TEST_P(RestartTest, afterEveryWriteOfARunTakesUpWhereItEnded) {
     }
 }
 
+TEST_P(RestartTest, fromAnUndisturbedChipWritesNothing) {
+    ClientWorld world(space_, policy_, size_);
+    for (Step const& step : steps_) {
+        world.update(step.update);
+        world.newManager();
+        world.watched.countAnew();
+        ASSERT_TRUE(world.quietly([&] { return world.manager().restart(); }));
+        ASSERT_EQ(world.watched.writes(), 0U);
+        ASSERT_NO_FATAL_FAILURE(world.check());
+    }
+    EXPECT_FALSE(world.failed());
+}
+
 /** Each write of the restart refused in turn, until there is one that all are taken of. */
 TEST_P(RestartTest, failedOneCanBeCalledAgainOnTheSameManager) {
     U64 failed = 0;
@@ -117,6 +130,10 @@ TEST_P(RestartTest, failedOneCanBeCalledAgainOnTheSameManager) {
                 ASSERT_EQ(giveTo(world.manager(), {space_.at(1), 1}), Outcome::refused);
                 ASSERT_EQ(giveTo(world.manager(), {space_.at(1), {}}), Outcome::refused);
                 ASSERT_FALSE(world.manager().retry());
+                world.watched.countAnew();
+                world.watched.refuse = nullptr;
+                ASSERT_EQ(world.manager().repair().empty(), world.chip.bucketsUsed() == 0);
+                ASSERT_EQ(world.watched.writes(), 0U);
             }
             ASSERT_NO_FATAL_FAILURE(world.tableIsOneOf(before, after));
             ASSERT_NO_FATAL_FAILURE(world.check());

@@ -83,6 +83,21 @@ TEST_F(RouteInputsTest, messagesThatAreNotUsedAreCounted) {
                 ElementsAre(Skipped("keepalives", 2), Skipped("state changes of sessions", 1)));
 }
 
+TEST_F(RouteInputsTest, recordsOfUnknownKindsAreCountedByName) {
+    using namespace ToolsTest;
+    std::string stream = record(11, 0, "ospf") + record(999, 3, "x") + record(11, 0, "ospf");
+    for (U32 subtype = 0; subtype < LpmTools::MrtReader::mostUnknownKinds; ++subtype) {
+        stream += record(100, subtype, "");
+    }
+    tableOf(stream);
+    auto const& skipped = inputs_.reports().at(0).skipped;
+    using Skipped = std::pair<std::string, U64>;
+    ASSERT_EQ(skipped.size(), LpmTools::MrtReader::mostUnknownKinds + 1);
+    EXPECT_EQ(skipped.front(), Skipped("OSPFv2", 2));
+    EXPECT_THAT(skipped, testing::Contains(Skipped("type 999/3", 1)));
+    EXPECT_EQ(skipped.back(), Skipped("records of further kinds", 2));
+}
+
 TEST_F(RouteInputsTest, fileThatCannotBeOpenedIsToldAtOnce) {
     std::array const paths{std::string("-"), files_.write("table", ""), files_.path("no")};
     EXPECT_NO_THROW(checkReadable(std::span(paths).first(2)));
