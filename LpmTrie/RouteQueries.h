@@ -73,7 +73,10 @@ LPMTRIE_API RoutesUnder routesUnder(Trie const& trie, Nimbal::IpGenPrefix const&
 /** All routes of the trie, in order. */
 LPMTRIE_API RoutesUnder allRoutes(Trie const& trie) noexcept;
 
-/** Frees every node, whatever its flags and pending states, through the trie's `deallocateNode`. */
+/**
+ * Frees every node, whatever its flags and pending states, through the trie's `deallocateNode`, in
+ * one pass.
+ */
 LPMTRIE_API void removeAll(Trie& trie) noexcept;
 
 /**

@@ -31,7 +31,7 @@ LPMTRIE_API std::vector<FwkModule const*> registeredModules();
 LPMTRIE_API std::vector<FwkType const*> registeredTypes(FwkModule const& module);
 /** The functions of a module that belong to no type. */
 LPMTRIE_API std::span<Attribute const> registeredFunctions(FwkModule const& module);
-/** @{ Null when there is none of that name. */
+/** @{ Null when there is none of that name. All names there are may have to be compared. */
 LPMTRIE_API FwkModule const* findModule(String const& name);
 LPMTRIE_API FwkType const* findType(String const& qualifiedName);
 /** @} */

@@ -14,6 +14,7 @@
 #include <new>
 #include <thread>
 
+// Other tools that watch each object ask for VEXO_NO_SLABS by hand.
 #if defined(__SANITIZE_ADDRESS__)
 #define VEXO_NO_SLABS 1
 #elif defined(__has_feature)

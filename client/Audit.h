@@ -37,7 +37,10 @@ std::ostream& operator<<(std::ostream& out, Difference const& difference);
 /** Partitions' roots by their prefixes. */
 using Roots = std::map<Nimbal::IpGenPrefix, RouteNode*>;
 
-/** Compares what the chip holds for a table with its trie, partition by partition. Reads only. */
+/**
+ * Compares what the chip holds for a table with its trie, partition by partition. Reads only,
+ * sorts each bucket, and takes O(d) time for each route of either.
+ */
 std::vector<Difference> auditChip(Hardware const& hardware, U32 vrfId, Nimbal::AddressFamily af,
                                   Roots const& roots);
 

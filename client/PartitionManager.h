@@ -89,7 +89,7 @@ public:
     /**
      * Takes a whole table at once into an empty one, cut into the fewest buckets possible, each
      * route written once. Of routes of one prefix the last counts. All or nothing; nothing is owed
-     * for it, and once it is done nothing older either.
+     * for it, and once it is done nothing older either. Takes O(d) time a route.
      * Throws std::logic_error when the table is not empty.
      */
     Outcome download(std::span<Route const> routes);
@@ -97,11 +97,12 @@ public:
      * Takes over what the chip holds, into an empty table, and completes or takes back a change
      * that was cut off in the middle. False when the chip has refused a write or has no bucket to
      * spare: then nothing is taken over, and updates are refused until a restart succeeds; so they
-     * are after std::bad_alloc. Throws std::logic_error when the table is not empty.
+     * are after std::bad_alloc. Takes O(d) time for each route that the chip holds, and what
+     * `repair` takes. Throws std::logic_error when the table is not empty.
      */
     bool restart();
 
-    /** Tries again what is owed. True when nothing is owed any more. */
+    /** Tries again what is owed, each update in its time. True when nothing is owed any more. */
     bool retry();
     /** The updates that are owed: a next hop, or none for a withdrawal. */
     std::map<Nimbal::IpGenPrefix, std::optional<NextHop>> const& owed() const noexcept {
@@ -117,12 +118,16 @@ public:
                writer_.settled();
     }
 
-    /** Every difference between trie and chip. Reads all that the chip holds of the table. */
+    /**
+     * Every difference between trie and chip. Reads all that the chip holds of the table, sorts
+     * each bucket, and takes O(d) time for each route of either.
+     */
     std::vector<Difference> audit() const;
     /**
      * Makes the chip agree with the trie. Returns the differences that are left, since the chip has
      * refused a write; they, and those left by std::bad_alloc, `retry` takes up. After a restart
      * that has failed it only tells them: the trie does not know what the chip should hold.
+     * Takes the time of three audits, and for each lost bucket that of a look at all partitions.
      */
     std::vector<Difference> repair();
 

@@ -51,7 +51,7 @@ struct Recut {
 
 /**
  * Plans a change of the cut. `incoming`, if given, is a route that the trie has and the chip has
- * not. Reads only.
+ * not. Reads only. How long it takes is a matter of the number of roots and of d, not of routes.
  */
 Recut planRecut(Cut const& cut, U32 bucketRoutes, RouteNode const* incoming);
 

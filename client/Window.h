@@ -66,7 +66,7 @@ public:
      * Cuts into the fewest pieces of at most `limit` routes: from below upwards, where too much
      * comes together, the heaviest branch is cut off (Kundu and Misra, SIAM J. Comput. 6(1), 1977).
      * Roots of old pieces that have `keep` routes or more stay roots, though fewer might do. False
-     * when it takes more than `mostPieces`, or cannot be done.
+     * when it takes more than `mostPieces`, or cannot be done. One pass over the items.
      */
     bool cut(Window const& window, U32 limit, U32 keep, std::size_t mostPieces);
     /** The roots of the last cut's pieces, in pre-order. */

@@ -1,6 +1,6 @@
 # Everything a builder can choose. The presets are ready-made choices of these.
 
-option(LPMTRIE_WERROR "Treat the warnings of our own targets as errors" ON)
+option(LPMTRIE_WERROR "Treat the warnings of our own targets as errors" ${PROJECT_IS_TOP_LEVEL})
 option(LPMTRIE_BUILD_TOOLS "Build the lpmtrie command" ${PROJECT_IS_TOP_LEVEL})
 option(LPMTRIE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(LPMTRIE_BUILD_BENCHMARKS "Build the benchmark" OFF)

@@ -63,6 +63,9 @@ private:
     Work work_;
 };
 
+/** What the command ends with when it has failed. */
+int failed = statusFailed;
+
 /** The JSON library's destructors ask for memory, and cannot tell that there is none. */
 [[noreturn]] void terminate() {
     try {
@@ -70,7 +73,7 @@ private:
             std::rethrow_exception(error);
         }
     } catch (std::bad_alloc const&) {
-        std::_Exit(fail("out of memory", statusFailed));
+        std::_Exit(fail("out of memory", failed));
     } catch (...) {
         // Whatever else it is, a core tells more.
     }
@@ -88,7 +91,7 @@ int runCommand(int argumentCount, char const* const* arguments) {
     std::set_terminate(terminate);
     // Known before there is a parser, for which there may be no memory.
     bool const isDiff = argumentCount > 1 && std::string_view(arguments[1]) == "diff";
-    int const failed = isDiff ? statusUndecided : statusFailed;
+    failed = isDiff ? statusUndecided : statusFailed;
     try {
         return Command().run(argumentCount, arguments);
     } catch (BadLine const& error) {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 namespace LpmTools {
@@ -30,7 +31,10 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     } else if (isThere && ::access(path_.c_str(), W_OK) != 0) {
         fail();
     } else {
-        temporary_ = path_ + ".XXXXXX";
+        std::unique_ptr<char, decltype(&std::free)> const real(::realpath(path_.c_str(), nullptr),
+                                                               &std::free);
+        target_ = isThere && real ? real.get() : path_;
+        temporary_ = target_ + ".XXXXXX";
         file_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
     }
     if (file_ < 0) {
@@ -68,7 +72,7 @@ void OutputFile::write(std::string_view text) {
         fail();
     }
     if (!temporary_.empty()) {
-        if (::rename(temporary_.c_str(), path_.c_str()) != 0) {
+        if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
             fail();
         }
         temporary_.clear();

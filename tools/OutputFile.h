@@ -10,7 +10,8 @@ namespace LpmTools {
 /**
  * A file that is written whole or not at all. What is to become of the name is found out at once,
  * before long work: the text goes to a file beside it that takes its place when it is complete. A
- * name that stands for something else than a file, as /dev/stderr, is written as it is.
+ * symbolic link stays, and leads to the new file. A name that stands for something else than a
+ * file, as /dev/stderr, is written as it is.
  */
 class OutputFile {
 public:
@@ -28,6 +29,7 @@ private:
     [[noreturn]] void fail() const;
 
     std::string const path_;
+    std::string target_;     // the file that it names
     std::string temporary_;  // empty: the name itself is written
     int file_ = -1;
 };

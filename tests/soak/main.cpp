@@ -85,7 +85,9 @@ public:
             std::vector<LpmClient::Route> own;
             std::ranges::copy_if(routes, std::back_inserter(own),
                                  [&](auto const& route) { return route.prefix.af() == af; });
-            good_ = families_.back()->download(own) && good_;
+            if (!families_.back()->download(own)) {
+                fail("the chip does not take the table");
+            }
             families_.back()->expectUpdates(0);
         }
     }

@@ -148,6 +148,16 @@ TEST_P(CommandOutputFileTest, fileWithoutPermissionIsTold) {
     expectFailure(file, "Permission denied");
 }
 
+TEST_P(CommandOutputFileTest, linkLeadsToTheNewFile) {
+    TemporaryDirectory const elsewhere;
+    std::string const file = elsewhere.write("file", "before");
+    std::filesystem::create_symlink(file, files_.path("link"));
+    EXPECT_EQ(plan(files_.path("link")).status, 0);
+    EXPECT_EQ(std::filesystem::read_symlink(files_.path("link")), file);
+    EXPECT_GT(std::filesystem::file_size(file), 6U);
+    EXPECT_EQ(names(), (std::set<std::string>{"table", "link"}));
+}
+
 TEST_P(CommandOutputFileTest, fullDeviceIsTold) {
     expectFailure("/dev/full", "No space left on device");
 }

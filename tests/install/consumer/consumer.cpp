@@ -10,6 +10,10 @@
 #include <unistd.h>
 #include <cstdio>
 
+static_assert(LPMTRIE_VERSION ==
+              LPMTRIE_VERSION_MAJOR * 10'000 + LPMTRIE_VERSION_MINOR * 100 + LPMTRIE_VERSION_PATCH);
+static_assert(LPMTRIE_VERSION >= 10'000, "it has been released");
+
 namespace {
 
 using Vexo::U32;
