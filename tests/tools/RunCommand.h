@@ -33,12 +33,15 @@ struct Streams {
 
 namespace detail {
 
+/** Longer than ten million routes take on a machine that is busy, and less than a test may take. */
+constexpr int longestSilence = 1'500'000;  // ms
+
 /** Reads both to their ends; a process that is silent for long is ended. */
 inline void readBoth(pid_t process, Descriptor const& out, Descriptor const& err, Ended& ended) {
     std::array<pollfd, 2> files{pollfd{out.number(), POLLIN, 0}, pollfd{err.number(), POLLIN, 0}};
     std::array<char, 65536> block{};
     while (files[0].fd >= 0 || files[1].fd >= 0) {
-        if (::poll(files.data(), files.size(), 300'000) == 0) {
+        if (::poll(files.data(), files.size(), longestSilence) == 0) {
             ADD_FAILURE() << "the process hangs";
             ::kill(process, SIGKILL);
         }
