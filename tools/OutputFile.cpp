@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <filesystem>
 #include <utility>
 
 namespace LpmTools {
@@ -31,9 +31,9 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     } else if (isThere && ::access(path_.c_str(), W_OK) != 0) {
         fail();
     } else {
-        std::unique_ptr<char, decltype(&std::free)> const real(::realpath(path_.c_str(), nullptr),
-                                                               &std::free);
-        target_ = isThere && real ? real.get() : path_;
+        std::error_code error;
+        std::string const real = std::filesystem::canonical(path_, error).string();
+        target_ = error ? path_ : real;
         temporary_ = target_ + ".XXXXXX";
         file_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
     }

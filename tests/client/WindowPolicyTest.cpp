@@ -2,10 +2,9 @@
 #include <client/SimulatedChip.h>
 #include <client/WindowPolicy.h>
 
-#include <gtest/gtest.h>
+#include <tests/client/Space.h>
 
-#include <random>
-#include <set>
+#include <gtest/gtest.h>
 
 /*
  * What the moves that a window policy may make depend on.
@@ -14,38 +13,24 @@
 namespace ClientTest {
 namespace {
 
-using LpmClient::U32;
-using LpmClient::U64;
 using LpmClient::WindowPolicy;
 using LpmClient::WindowWeights;
 
 constexpr U32 bucketRoutes = 16;
-
-/** Different prefixes of 24 bits, in random order. */
-std::vector<Nimbal::IpGenPrefix> randomPrefixes(std::size_t count) {
-    std::mt19937 random(1);
-    std::set<U32> networks;
-    std::vector<Nimbal::IpGenPrefix> prefixes;
-    while (prefixes.size() < count) {
-        U32 const network = static_cast<U32>(random()) >> 18;
-        if (networks.insert(network).second) {
-            prefixes.emplace_back(Nimbal::IpAddr(0x0a000000U | network << 8), 24);
-        }
-    }
-    return prefixes;
-}
 
 struct Spent {
     U64 moves;
     U64 buckets;
 };
 
-Spent spentOn(std::size_t routes, WindowWeights const& weights) {
+Spent spentOn(U32 routes, WindowWeights const& weights) {
     LpmClient::SimulatedChip chip({400, bucketRoutes, 400});
     LpmClient::ManagerOptions options;
     LpmClient::PartitionManager manager(chip, Torvel::Bitmap::BitmapIs(400), options,
                                         std::make_unique<WindowPolicy>(weights));
-    for (auto const& prefix : randomPrefixes(routes)) {
+    Random random(1);
+    Space const space(AddressFamily::ipv4, 10);
+    for (auto const& prefix : randomPrefixes(space, Order::random, routes, random)) {
         EXPECT_EQ(manager.announce({prefix, 1}), LpmClient::Outcome::done);
     }
     EXPECT_TRUE(manager.audit().empty());

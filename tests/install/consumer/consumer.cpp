@@ -9,10 +9,16 @@
 
 #include <unistd.h>
 #include <cstdio>
+#include <string_view>
 
-static_assert(LPMTRIE_VERSION ==
-              LPMTRIE_VERSION_MAJOR * 10'000 + LPMTRIE_VERSION_MINOR * 100 + LPMTRIE_VERSION_PATCH);
-static_assert(LPMTRIE_VERSION >= 10'000, "it has been released");
+#define TEXT_OF(number) TEXT(number)
+#define TEXT(words) #words
+static_assert(LPMTRIE_VERSION_TEXT ==
+              std::string_view(TEXT_OF(LPMTRIE_VERSION_MAJOR) "." TEXT_OF(
+                  LPMTRIE_VERSION_MINOR) "." TEXT_OF(LPMTRIE_VERSION_PATCH)));
+#if LPMTRIE_VERSION < 10000
+#error "older than the first release"
+#endif
 
 namespace {
 
