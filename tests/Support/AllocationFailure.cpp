@@ -3,35 +3,59 @@
 #include <Vexo/SlabStorage.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <mutex>
 
 namespace TestSupport {
 
-namespace {
-
-struct ThreadState {
-    Vexo::U64 allocations = 0;
-    Vexo::U64 untilFailure = 0;  // 0: none is to fail
-    AfterFailure after = AfterFailure::succeed;
-    bool failing = false;
-    bool hasHappened = false;
-};
-
-constinit thread_local ThreadState state;
-
-bool mustFail() noexcept {
-    ++state.allocations;
-    if (state.failing) {
+/** Which allocation is to fail. Threads may share one. */
+class FailurePlan {
+public:
+    void set(Vexo::U64 site, AfterFailure after) noexcept {
+        std::lock_guard const lock(mutex_);
+        left_ = site;
+        after_ = after;
+        failing_ = false;
+        hasHappened_ = false;
+        isSet_ = true;
+    }
+    void clear() noexcept { isSet_ = false; }
+    bool hasHappened() const noexcept { return hasHappened_; }
+    /** One more allocation. */
+    bool fails() noexcept {
+        if (!isSet_) {
+            return false;
+        }
+        std::lock_guard const lock(mutex_);
+        if (failing_ || left_ == 0 || --left_ != 0) {
+            return failing_;
+        }
+        hasHappened_ = true;
+        failing_ = after_ == AfterFailure::fail;
         return true;
     }
-    if (state.untilFailure == 0 || --state.untilFailure != 0) {
-        return false;
-    }
-    state.hasHappened = true;
-    state.failing = state.after == AfterFailure::fail;
-    return true;
+
+private:
+    std::mutex mutex_;
+    std::atomic<bool> isSet_ = false;
+    std::atomic<bool> hasHappened_ = false;
+    Vexo::U64 left_ = 0;  // 0: none any more
+    AfterFailure after_ = AfterFailure::succeed;
+    bool failing_ = false;
+};
+
+namespace {
+
+constinit thread_local Vexo::U64 allocations = 0;
+constinit thread_local FailurePlan ownPlan;
+constinit FailurePlan sharedPlan;
+
+bool mustFail() noexcept {
+    ++allocations;
+    return ownPlan.fails() || sharedPlan.fails();
 }
 
 void* allocate(std::size_t bytes) noexcept {
@@ -62,23 +86,21 @@ void* orThrow(void* storage) {
 }  // namespace
 
 Vexo::U64 allocationsOfThread() noexcept {
-    return state.allocations;
+    return allocations;
 }
 
-AllocationFailure::AllocationFailure(Vexo::U64 site, AfterFailure after) noexcept {
-    state.untilFailure = site;
-    state.after = after;
-    state.failing = false;
-    state.hasHappened = false;
+AllocationFailure::AllocationFailure(Vexo::U64 site, AfterFailure after,
+                                     CountedThreads threads) noexcept
+    : plan_(threads == CountedThreads::own ? ownPlan : sharedPlan) {
+    plan_.set(site, after);
 }
 
 AllocationFailure::~AllocationFailure() {
-    state.untilFailure = 0;
-    state.failing = false;
+    plan_.clear();
 }
 
 bool AllocationFailure::hasHappened() const noexcept {
-    return state.hasHappened;
+    return plan_.hasHappened();
 }
 
 }  // namespace TestSupport

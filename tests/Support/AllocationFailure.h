@@ -29,19 +29,28 @@ private:
 /** What happens to the allocations after the one that fails. */
 enum class AfterFailure { succeed, fail };
 
+/** Whose allocations are counted on the way to the one that fails. */
+enum class CountedThreads { own, all };
+
+class FailurePlan;
+
 /**
- * While an instance lives, an allocation of its thread fails with std::bad_alloc. At most one
- * instance in a thread at a time.
+ * While an instance lives, an allocation fails with std::bad_alloc. At most one instance in a
+ * thread at a time, and one for all threads.
  */
 class AllocationFailure {
 public:
     /** Lets the allocation number `site` from now on fail; 1 is the next one. */
-    explicit AllocationFailure(Vexo::U64 site, AfterFailure after = AfterFailure::succeed) noexcept;
+    explicit AllocationFailure(Vexo::U64 site, AfterFailure after = AfterFailure::succeed,
+                               CountedThreads threads = CountedThreads::own) noexcept;
     ~AllocationFailure();
     AllocationFailure(AllocationFailure const&) = delete;
     AllocationFailure& operator=(AllocationFailure const&) = delete;
 
     bool hasHappened() const noexcept;
+
+private:
+    FailurePlan& plan_;
 };
 
 /**

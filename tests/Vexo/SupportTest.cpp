@@ -12,6 +12,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <thread>
 #include <vector>
 
 /* What the tests lean on must fail when it should. */
@@ -106,6 +107,31 @@ TEST(AllocationFailureTest, letsAllFurtherAllocationsFail) {
     }
     EXPECT_THAT(successes, ElementsAre(true, false, false, false));
     EXPECT_THAT(successesOf(2), ElementsAre(true, true));
+}
+
+TEST(AllocationFailureTest, countsAndFailsInAllThreadsWhereThatIsWanted) {
+    using TestSupport::CountedThreads;
+    auto const ofAnotherThread = [] {
+        std::vector<bool> successes(1);
+        std::thread([&] { successes = successesOf(4); }).join();
+        return successes;
+    };
+    std::vector<bool> successes;
+    {
+        AllocationFailure const failure(3, AfterFailure::fail);
+        successes = ofAnotherThread();
+    }
+    EXPECT_THAT(successes, ElementsAre(true, true, true, true));
+    void* own = nullptr;
+    {
+        // The first three are the vector's, the thread's and the other vector's.
+        AllocationFailure const failure(5, AfterFailure::fail, CountedThreads::all);
+        successes = ofAnotherThread();
+        own = known(::operator new(8, std::nothrow));
+    }
+    EXPECT_THAT(successes, ElementsAre(true, false, false, false));
+    EXPECT_EQ(own, nullptr);
+    EXPECT_THAT(ofAnotherThread(), ElementsAre(true, true, true, true));
 }
 
 TEST(AllocationFailureTest, anyFormOfNewFails) {

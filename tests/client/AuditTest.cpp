@@ -71,6 +71,24 @@ protected:
     PartitionManager manager_{chip_, numbers_, {vrfId, AddressFamily::ipv4, 4, "half", 1}};
 };
 
+TEST_F(AuditTest, throwsWhatAChipThrowsThatCannotBeRead) {
+    WatchedChip watched(chip_);
+    PartitionManager manager(watched, Torvel::Bitmap::BitmapIs(4),
+                             {vrfId, AddressFamily::ipv4, 4, "half", 1});
+    ASSERT_TRUE(manager.restart());
+    U64 number = 0;
+    for (;; ++number) {
+        watched.asked = unreadableAt(number);
+        try {
+            EXPECT_TRUE(manager.audit().empty());
+            break;
+        } catch (Unreadable const&) {
+            EXPECT_TRUE(manager.settled());
+        }
+    }
+    EXPECT_EQ(number, 4U);  // the bindings, the buckets, and each of the two
+}
+
 TEST_F(AuditTest, missingRoute) {
     write(make(WriteKind::eraseRoute, 1, "10.1.1.0/24"));
     expect({"bucket 1 lacks the route 10.1.1.0/24 to 3"});

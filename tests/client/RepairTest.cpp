@@ -156,6 +156,21 @@ TEST_F(RefusedRepairTest, tellsWhatAChipHasLeftThatTakesNothingAnyMore) {
     });
 }
 
+TEST_F(RefusedRepairTest, readsNothingAndIsMadeGood) {
+    mendAfter([](ClientWorld& world, U64 number) {
+        bool thrown = false;
+        world.watched.asked = unreadableAt(number);
+        try {
+            world.manager().repair();
+        } catch (Unreadable const&) {
+            thrown = true;
+            EXPECT_FALSE(world.manager().settled());
+        }
+        world.watched.asked = nullptr;
+        return thrown;
+    });
+}
+
 TEST_F(RefusedRepairTest, findsNoMemoryAndIsMadeGood) {
     for (auto const after : {TestSupport::AfterFailure::succeed, TestSupport::AfterFailure::fail}) {
         mendAfter([after](ClientWorld& world, U64 site) {

@@ -107,6 +107,34 @@ TEST_P(RestartTest, fromAnUndisturbedChipWritesNothing) {
     EXPECT_FALSE(world.failed());
 }
 
+/** Each question to the chip unanswered in turn. */
+TEST_P(RestartTest, fromAChipThatCannotBeReadTakesNothingOver) {
+    U64 thrown = 0;
+    for (std::size_t step = 0; step < steps_.size(); step += 3) {
+        for (U64 number = 0;; ++number) {
+            SCOPED_TRACE("update " + std::to_string(step) + ", read " + std::to_string(number));
+            ClientWorld world(space_, policy_, size_);
+            interrupt(world, step, steps_[step].writes / 2);
+            Table const before = world.table;
+            Table const after = tableAfter(world, step);
+            world.watched.asked = unreadableAt(number);
+            try {
+                ASSERT_TRUE(world.manager().restart());
+                break;
+            } catch (Unreadable const&) {
+            }
+            ++thrown;
+            world.watched.asked = nullptr;
+            ASSERT_EQ(world.manager().trie().root(), nullptr);
+            ASSERT_FALSE(world.manager().settled());
+            ASSERT_TRUE(world.manager().restart());
+            ASSERT_NO_FATAL_FAILURE(world.tableIsOneOf(before, after));
+            ASSERT_NO_FATAL_FAILURE(world.check());
+        }
+    }
+    EXPECT_GT(thrown, steps_.size());
+}
+
 /** Each write of the restart refused in turn, until there is one that all are taken of. */
 TEST_P(RestartTest, failedOneCanBeCalledAgainOnTheSameManager) {
     U64 failed = 0;

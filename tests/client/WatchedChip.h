@@ -6,7 +6,9 @@
 
 namespace ClientTest {
 
-/** Stands in front of a chip: may refuse a write, and is told after each one that was let through.
+/**
+ * Stands in front of a chip: may refuse a write, and is told before each question and after each
+ * write that was let through.
  */
 class WatchedChip : public LpmClient::Hardware {
 public:
@@ -18,6 +20,7 @@ public:
     /** Gets the number of the write, from 0, and the write. A status refuses it. */
     std::function<std::optional<WriteStatus>(Vexo::U64, Write const&)> refuse;
     std::function<void(Write const&)> written;
+    std::function<void()> asked;
 
     Vexo::U64 writes() const noexcept { return writes_; }
     /** The next write has the number 0. */
@@ -42,20 +45,41 @@ protected:
     }
     std::vector<LpmClient::Binding> readBindings(Vexo::U32 vrfId,
                                                  Nimbal::AddressFamily af) const override {
+        tellAsked();
         return chip_.bindings(vrfId, af);
     }
     std::vector<LpmClient::Bucket> readBuckets(Vexo::U32 vrfId,
                                                Nimbal::AddressFamily af) const override {
+        tellAsked();
         return chip_.buckets(vrfId, af);
     }
     std::optional<LpmClient::BucketContents> readContents(LpmClient::Bucket bucket) const override {
+        tellAsked();
         return chip_.contents(bucket);
     }
 
 private:
+    void tellAsked() const {
+        if (asked) {
+            asked();
+        }
+    }
+
     Hardware& chip_;
     Vexo::U64 writes_ = 0;
 };
+
+/** What a chip throws that cannot be read. */
+struct Unreadable {};
+
+/** For `asked`: from now on the question of that number, from 0, is not answered. */
+inline auto unreadableAt(Vexo::U64 number) {
+    return [number, n = Vexo::U64{0}]() mutable {
+        if (n++ == number) {
+            throw Unreadable();
+        }
+    };
+}
 
 /** For `refuse`: all writes from that number on. */
 inline auto refusalFrom(Vexo::U64 number) {

@@ -66,6 +66,7 @@ class Evidence(unittest.TestCase):
             ("command", "AS=root docs", "cannot be run: AS=root docs"),
             ("command", "", "the command is one line"),
             ("date", "31 January", "the date: "),
+            ("commit", 12, "the commit is one line"),
             ("promise", "two\nlines", "the promise is one line"),
             ("figures", {}, "there are figures"),
             ("figures", {"drops": None}, "the figure 'drops'"),
@@ -92,6 +93,28 @@ class Evidence(unittest.TestCase):
             "figures": {"drops": 1234567, "ratio": 0.5, "time": "1.5 s", "of": "a=b"}})
         self.assertEqual(run(self.root, "--check").returncode, 0)
         self.assertIn("- drops: 1,234,567\n- ratio: 0.5\n", self.page.read_text())
+
+    @unittest.skipUnless(shutil.which("git"), "no git here")
+    def test_record_names_the_commit_of_its_tree(self):
+        def git(*arguments):
+            told = subprocess.run(["git", "-C", self.root, "-c", "user.name=n", "-c", "user.email=e", *arguments],
+                                  capture_output=True, text=True, check=True)
+            return told.stdout.strip()
+
+        def recorded():
+            done = run(self.root, "record", "water", "--promise", "p", "--command", "scripts/pour", "cups=2")
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            return json.loads((self.root / "docs" / "evidence" / "water.json").read_text()).get("commit")
+
+        self.assertIsNone(recorded())
+        git("init", "--quiet")
+        git("add", "scripts")
+        git("commit", "--quiet", "--message", "Pour")
+        head = git("rev-parse", "--short=12", "HEAD")
+        self.assertEqual(recorded(), head)
+        self.assertIn(f"`scripts/pour`, last run {datetime.date.today()} on commit {head}:\n", self.page.read_text())
+        (self.root / "scripts" / "spill").touch()
+        self.assertEqual(recorded(), head + " and changes")
 
     def test_figures_are_taken_from_lines(self):
         lines = self.root / "lines"

@@ -85,7 +85,9 @@ private:
         for (std::string const& argument : arguments_) {
             pointers.push_back(argument.c_str());
         }
-        TestSupport::AllocationFailure const failure(site, std::get<1>(GetParam()));
+        // The dumps are written by a thread of their own.
+        TestSupport::AllocationFailure const failure(site, std::get<1>(GetParam()),
+                                                     TestSupport::CountedThreads::all);
         int const status = LpmTools::runCommand(static_cast<int>(pointers.size()), pointers.data());
         failed = failure.hasHappened();
         return status;

@@ -1,11 +1,14 @@
 #include <tests/tools/GoodRun.h>
 #include <tests/tools/MrtBytes.h>
+#include <tests/tools/MrtReading.h>
 #include <tests/tools/TemporaryFiles.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <regex>
+#include <set>
 #include <sstream>
 
 namespace ToolsTest {
@@ -197,6 +200,63 @@ TEST_F(CommandPlanTest, whatWasReadBeforeAnErrorCounts) {
     EXPECT_THAT(report.at("inputs").at(0).at("error").get<std::string>(),
                 StartsWith(mrt + ": record 2 at byte "));
     EXPECT_EQ(std::ranges::count(ended.err, '\n'), 1);
+}
+
+/** The prefixes that some peer still announces where a reading ends. */
+std::size_t routesLeft(Reading const& reading) {
+    std::map<Nimbal::IpGenPrefix, std::set<std::pair<U32, U32>>> paths;
+    for (LpmTools::MrtEvent const& event : reading.events) {
+        std::pair const path(event.peer, event.pathId);
+        event.isWithdrawal ? static_cast<void>(paths[event.prefix].erase(path))
+                           : static_cast<void>(paths[event.prefix].insert(path));
+    }
+    return paths.size() - static_cast<std::size_t>(std::ranges::count_if(
+                              paths, [](auto const& path) { return path.second.empty(); }));
+}
+
+/** Behind the first header, which tells what kind of file it is. */
+TEST_F(CommandPlanTest, damagedUpdatesCountAsFarAsTheyMakeSense) {
+    std::string const good =
+        message4("192.0.2.1", "", routes({"10.0.0.0/8", "10.1.0.0/16", "10.1.2.0/24"})) +
+        message4("192.0.2.2", "", routes({"10.0.0.0/8", "10.128.0.0/9"})) +
+        message4("192.0.2.1", routes({"10.0.0.0/8", "10.1.0.0/16"}), "") +
+        message4("192.0.2.2", "", routes({"11.0.0.0/8"}));
+    std::size_t errors = 0;
+    std::size_t less = 0;
+    std::size_t runs = 0;
+    for (std::size_t at = 12; at < good.size(); at += 5) {
+        for (bool const isCut : {false, true}) {
+            SCOPED_TRACE((isCut ? "cut to " : "flipped at ") + std::to_string(at));
+            std::string bad = isCut ? good.substr(0, at) : good;
+            if (!isCut) {
+                bad[at] = static_cast<char>(~bad[at]);
+            }
+            Reading const reading = readMrt(bad);
+            std::string const file = files_.write("mrt", bad);
+            Ended const ended =
+                run({"plan", "--updates", file, "--bucket=1", "--check=20", "--json"});
+            ++runs;
+            ASSERT_EQ(ended.status, reading.error.empty() ? 0 : 1);
+            ASSERT_EQ(ended.err, reading.error.empty()
+                                     ? ""
+                                     : "lpmtrie: " + file + reading.error.substr(4) + "\n");
+            errors += reading.error.empty() ? 0U : 1U;
+            less += routesLeft(reading) < routesLeft(readMrt(good)) ? 1U : 0U;
+            Json const families = Json::parse(ended.out).at("families");
+            ASSERT_EQ(families.empty(), reading.events.empty());
+            if (families.empty()) {
+                continue;
+            }
+            Json const& family = families.at(0);
+            ASSERT_EQ(family.at("routes"), routesLeft(reading));
+            ASSERT_EQ(family.at("answers").at("wrong"), 0);
+            ASSERT_EQ(family.at("differences"), 0);
+            ASSERT_EQ(family.at("owed"), 0);
+        }
+    }
+    EXPECT_GT(errors, runs / 2);
+    EXPECT_LT(errors, runs);
+    EXPECT_GT(less, runs / 3);
 }
 
 TEST_F(CommandPlanTest, fileThatCannotBeOpenedIsToldBeforeAnyWork) {
