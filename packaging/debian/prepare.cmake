@@ -1,6 +1,11 @@
 # Run by cpack on the staged files of each component, before the packages are closed: adds the
 # copyright and the changelog that Debian wants in every package, and compresses manual pages.
 
+if(NOT CPACK_PACKAGING_INSTALL_PREFIX STREQUAL "/usr")
+    message(FATAL_ERROR "Debian's packages are for /usr, and this tree was configured for "
+        "${CPACK_PACKAGING_INSTALL_PREFIX}: configure it with -DCMAKE_INSTALL_PREFIX=/usr, as scripts/packages does")
+endif()
+
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)  # of SOURCE_DATE_EPOCH, when that is set
 set(version "${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
 
