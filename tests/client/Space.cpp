@@ -9,7 +9,8 @@ Space::Space(AddressFamily af, U32 bits) : af_(af), bits_(bits) {
     U32 const dense = 1U << bits;
     for (U32 low = 0; low < 16 * dense; ++low) {
         U32 const place = low % dense;
-        if (low < dense || place == 0 || place == dense / 3 || place == dense - 1) {
+        if (bits <= allUpTo || low < dense || place == 0 || place == dense / 3 ||
+            place == dense - 1) {
             addresses_.push_back(at(low));
         }
     }

@@ -42,11 +42,13 @@ private:
 
 /**
  * A part of the addresses of a family so small that it can be looked up after each write: those
- * that differ in the last `bits` + 4 bits only. Of the first sixteenth all, of the others a few,
- * and an address far away.
+ * that differ in the last `bits` + 4 bits only, and an address far away. Where `bits` is more than
+ * `allUpTo`, of the first sixteenth all, of the others a few.
  */
 class Space {
 public:
+    static constexpr U32 allUpTo = 3;
+
     explicit Space(AddressFamily af, U32 bits = 8);
 
     AddressFamily af() const noexcept { return af_; }
