@@ -4,6 +4,7 @@
  * Each write of a run refused in turn. One world a number n: write n of every update is refused,
  * and once the chip takes writes again, `retry` must lead to the very state that a run without
  * refusals has after that update, bucket numbers included. The next update then starts from there.
+ * What the chip gives as its reason makes no difference.
  */
 
 namespace ClientTest {
@@ -14,6 +15,28 @@ enum class Fault : U8 {
     untilRetry,  // write n and all that follow, those that take the change back included
     everySecond  // write n, n + 2 and so on, also in the first retries
 };
+
+/** What a chip refuses a write for that tries the same again and again. */
+WriteStatus lastingRefusal(LpmClient::WriteKind kind) {
+    using enum LpmClient::WriteKind;
+    switch (kind) {
+    case allocate:
+        return WriteStatus::noBuckets;
+    case writeRoute:
+        return WriteStatus::bucketFull;
+    case eraseRoute:
+        return WriteStatus::unknownRoute;
+    case writeCover:
+        return WriteStatus::unknownBucket;
+    case bind:
+        return WriteStatus::tableFull;
+    case unbind:
+        return WriteStatus::unknownBinding;
+    case free:
+        return WriteStatus::bucketInUse;
+    }
+    return WriteStatus::transientError;
+}
 
 class RefusalTest : public UndisturbedRun {
 protected:
@@ -28,11 +51,13 @@ protected:
 
 void RefusalTest::refuse(WatchedChip& chip, Fault fault, U64 number) {
     chip.countAnew();
-    chip.refuse = [fault, number](U64 n, WatchedChip::Write const&) {
+    chip.refuse = [fault, number](U64 n, WatchedChip::Write const& write) {
         bool const refused = fault == Fault::once         ? n == number
                              : fault == Fault::untilRetry ? n >= number
                                                           : n >= number && (n - number) % 2 == 0;
-        return refused ? std::optional(WriteStatus::transientError) : std::nullopt;
+        WriteStatus const status =
+            number % 2 == 0 ? WriteStatus::transientError : lastingRefusal(write.kind);
+        return refused ? std::optional(status) : std::nullopt;
     };
 }
 
@@ -136,7 +161,7 @@ TEST_P(RefusalTest, writesRefusedForGoodStayOwedUntilTheChipTakesThem) {
             bool const refuses = i >= 10 && i < 35;
             world.watched.refuse = [=](U64, WatchedChip::Write const& write) {
                 bool const refused = refuses && static_cast<std::size_t>(write.kind) == kind;
-                return refused ? std::optional(WriteStatus::transientError) : std::nullopt;
+                return refused ? std::optional(lastingRefusal(write.kind)) : std::nullopt;
             };
             takeInto(due, steps_[i].update);
             giveTo(world.manager(), steps_[i].update);
