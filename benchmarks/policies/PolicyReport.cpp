@@ -61,7 +61,7 @@ public:
     Writer(std::vector<Row> const& rows, std::string const& directory) : directory_(directory) {
         for (Row const& row : rows) {
             tables_.insert({row.af, row.bucketRoutes});
-            seeds_[{row.work, row.af}].insert(row.seed);
+            seeds_[{row.work, row.af}][row.policy].insert(row.seed);
             routes_[row.af] = std::max(routes_[row.af], row.routes);
             add(row);
         }
@@ -115,14 +115,26 @@ private:
         }
     }
 
-    /** Which seeds a work has been measured with. */
+    /** Which seeds a work has been measured with; policies that share theirs are told together. */
     void seeds(Work const& work) {
         char const* separator = "Seeds: ";
-        for (auto const& [key, seeds] : seeds_) {
-            if (key.first == work.name) {
-                text_ << separator << familyName(key.second);
+        for (auto const af : {Nimbal::AddressFamily::ipv4, Nimbal::AddressFamily::ipv6}) {
+            std::map<std::set<U64>, std::vector<std::string_view>> sharing;
+            for (std::string_view const policy : policiesOf(work)) {
+                if (auto const& known = seeds_[{work.name, af}][std::string(policy)];
+                    !known.empty()) {
+                    sharing[known].push_back(policy);
+                }
+            }
+            for (auto const& [seeds, policies] : sharing) {
+                text_ << separator << familyName(af);
                 for (U64 const seed : seeds) {
                     text_ << ' ' << seed;
+                }
+                for (std::string_view const policy : policies) {
+                    if (sharing.size() > 1) {
+                        text_ << (policy == policies.front() ? " of `" : ", `") << policy << '`';
+                    }
                 }
                 separator = "; ";
             }
@@ -234,7 +246,9 @@ private:
     std::string const directory_;
     std::vector<Row> rows_;
     std::set<std::pair<Nimbal::AddressFamily, U32>> tables_;
-    std::map<std::pair<std::string, Nimbal::AddressFamily>, std::set<U64>> seeds_;
+    /** Of each policy that a work has been measured with. */
+    std::map<std::pair<std::string, Nimbal::AddressFamily>, std::map<std::string, std::set<U64>>>
+        seeds_;
     std::map<Nimbal::AddressFamily, U64> routes_;
     std::ostringstream text_;
 };
