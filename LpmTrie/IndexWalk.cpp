@@ -68,19 +68,25 @@ void IndexWalk::startAfter(U64 head, std::array<IndexBlock*, levels> const& bloc
                            U32 place) noexcept {
     count_ = 0;
     level_ = depth;
+    ready_ = 0;
     for (U32 above = 0; above < depth; ++above) {
         U32 const slice = Detail::sliceOf(head, above);
-        levels_[above] = Level(blocks[above], ~upTo(rankBefore(slice)), ~upTo(slice));
+        levels_[above].open(blocks[above], ~upTo(rankBefore(slice)), ~upTo(slice));
     }
     U32 const firstSlice = place << (IndexBlock::stride - IndexBlock::highest(U64{place}));
-    levels_[depth] =
-        Level(blocks[depth], ~upTo(order.rank[place]), ~U64{0} << (firstSlice % placeCount));
+    levels_[depth].open(blocks[depth], ~upTo(order.rank[place]),
+                        ~U64{0} << (firstSlice % placeCount));
 }
 
 void IndexWalk::enter(Level& level) noexcept {
     IndexBlock const& block = *level.block;
+    level.entered = true;
     level.nodes &= inOrder(block.places());
     level.nodeAt = IndexBlock::Nodes(block);
+    if (block.blocks() == 0) {
+        level.blocks = 0;
+        return;
+    }
     level.blocks &= block.blocks();
     auto const below = block.below();
     level.end = below.data() + below.size();
@@ -88,21 +94,22 @@ void IndexWalk::enter(Level& level) noexcept {
     for (U32 i = 0; i < wordsAhead && i < below.size(); ++i) {
         below[i].fetchWords();
     }
-    level.entered = true;
 }
 
-/** The next node, null at the end. */
-Node const* IndexWalk::next() noexcept {
+/** Goes to where nodes are that come next. False at the end. */
+bool IndexWalk::advance() noexcept {
     for (;;) {
         Level& level = levels_[level_];
         if (!level.entered) {
             enter(level);
         }
-        auto const slice = static_cast<U32>(std::countr_zero(level.blocks));
-        U64 const nodes = level.blocks == 0 ? level.nodes : level.nodes & upTo(rankBefore(slice));
-        if (nodes != 0) {
-            level.nodes &= ~(nodes & (~nodes + 1));
-            return level.nodeAt[order.place[static_cast<U32>(std::countr_zero(nodes))]];
+        ready_ = level.nodes;
+        if (level.blocks != 0) {
+            ready_ &= upTo(rankBefore(static_cast<U32>(std::countr_zero(level.blocks))));
+        }
+        if (ready_ != 0) {
+            level.nodes ^= ready_;
+            return true;
         }
         if (level.blocks != 0) {
             level.blocks &= level.blocks - 1;
@@ -110,23 +117,24 @@ Node const* IndexWalk::next() noexcept {
             if (level.end - below > std::ptrdiff_t{wordsAhead}) {
                 below[wordsAhead].fetchWords();
             }
-            levels_[++level_] = Level(below, ~U64{0}, ~U64{0});
-            continue;
+            levels_[++level_].open(below, ~U64{0}, ~U64{0});
+        } else if (level_ != 0) {
+            --level_;
+        } else {
+            return false;
         }
-        if (level_ == 0) {
-            return nullptr;
-        }
-        --level_;
     }
 }
 
 void IndexWalk::run() noexcept {
     // Two a step: a walk that soon goes elsewhere has not had much fetched in vain.
     for (U32 i = 0; i < 2 && count_ < most; ++i) {
-        Node const* const node = next();
-        if (node == nullptr) {
+        if (ready_ == 0 && !advance()) {
             return;
         }
+        U32 const place = order.place[static_cast<U32>(std::countr_zero(ready_))];
+        ready_ &= ready_ - 1;
+        Node const* const node = levels_[level_].nodeAt[place];
         prefetchNode(node);
         fetched_[(first_ + count_++) % most] = node;
     }

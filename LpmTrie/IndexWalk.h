@@ -27,6 +27,7 @@ public:
     void stop() noexcept {
         count_ = 0;
         level_ = 0;
+        ready_ = 0;
         levels_[0] = Level();
     }
     /** The walk steps to `node`. False when that is none of those fetched. */
@@ -48,9 +49,13 @@ private:
 
     /** A block on the way to where the run has come, and what is left to do in it. */
     struct Level {
-        Level() = default;
-        Level(IndexBlock const* of, U64 nodesLeft, U64 blocksLeft) noexcept
-            : block(of), nodes(nodesLeft), blocks(blocksLeft), entered(false) {}
+        /** In the block, all that is in these sets. */
+        void open(IndexBlock const* of, U64 nodesLeft, U64 blocksLeft) noexcept {
+            block = of;
+            nodes = nodesLeft;
+            blocks = blocksLeft;
+            entered = false;
+        }
 
         IndexBlock const* block = nullptr;
         U64 nodes = 0;  // bits in the order of a walk
@@ -63,10 +68,11 @@ private:
     };
 
     static void enter(Level& level) noexcept;
-    Node const* next() noexcept;
+    bool advance() noexcept;
 
     std::array<Level, levels> levels_{};
     U32 level_ = 0;
+    U64 ready_ = 0;  // nodes of the level that come before all else
     U32 first_ = 0;
     U32 count_ = 0;
     std::array<Node const*, most> fetched_{};
