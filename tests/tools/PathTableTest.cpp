@@ -196,6 +196,23 @@ TEST(PathTableTest, anyChangesAreThoseOfThePlainModel) {
     }
 }
 
+/** In an order that makes lists long, and trees deep that nothing balances. */
+TEST(PathTableTest, routeMayHaveAnyNumberOfPaths) {
+    constexpr U32 many = 300'000;
+    PathTable table(ascendingPeers);
+    for (U32 id = 0; id < many; ++id) {
+        ASSERT_EQ(table.announce(3, id, ten, hop(id % 2 == 0 ? 1 : 2)),
+                  id == 0 ? RouteChange::added : RouteChange::none);
+    }
+    ASSERT_EQ(table.paths(), many);
+    for (U32 id = 0; id < many; ++id) {
+        ASSERT_EQ(*table.nextHop(ten), hop(id % 2 == 0 ? 1 : 2));
+        ASSERT_EQ(table.withdraw(3, id, ten),
+                  id == many - 1 ? RouteChange::removed : RouteChange::nextHopChanged);
+    }
+    EXPECT_EQ(table.paths(), 0U);
+}
+
 TEST(PathTableTest, memoryIsUsedAgain) {
     PathTable table(ascendingPeers);
     U64 first = 0;
