@@ -82,7 +82,7 @@ enum class WriteStatus : U8 {
     unknownRoute,    // not in that bucket
     unknownBinding,  // not bound
     bucketInUse,     // to be allocated again, or freed while a prefix is bound to it
-    wrongFamily,     // route and bucket are of different families
+    wrongFamily,     // of route and bucket, or the prefix is longer than its addresses
     transientError   // may succeed when tried again
 };
 

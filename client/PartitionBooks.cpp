@@ -21,24 +21,22 @@ constexpr U32 wholeNumber = ~U32{0};
 }  // namespace
 
 /**
- * The number of a bucket that nobody uses. After a restart some may be allocated to other tables
- * that have not been restarted yet. RangeException when there is none.
+ * The number of a bucket that nobody uses. RangeException when there is none.
+ *
+ * After a restart some buckets are allocated to other tables that have not been restarted yet:
+ * their numbers stay taken, for the restart that will make them its own, maybe at this very time.
  */
 PartitionId::Ptr PartitionManager::takeId() {
-    std::vector<PartitionId::Ptr> inUse;
     for (;;) {
         Bucket const bucket = numbers_->takeNextFree();
-        PartitionId::Ptr id;
         try {
-            id = idOf(bucket);
+            if (!writer_.hardware().contents(bucket)) {
+                return idOf(bucket);
+            }
         } catch (...) {
             numbers_->clearBit(bucket);
             throw;
         }
-        if (!writer_.hardware().contents(bucket)) {
-            return id;
-        }
-        inUse.push_back(std::move(id));
     }
 }
 

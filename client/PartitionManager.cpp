@@ -76,9 +76,10 @@ Outcome PartitionManager::isSettled(IpGenPrefix const& prefix, Outcome outcome) 
 
 /** Refuses what the trie would not take, before anything changes. */
 void PartitionManager::checkPrefix(IpGenPrefix const& prefix) const {
-    if (prefix.af() != trie_->af() || prefix != prefix.hostBitsCleared()) {
+    if (prefix.af() != trie_->af() || prefix.len() > Nimbal::maxPrefixLen(prefix.af()) ||
+        prefix != prefix.hostBitsCleared()) {
         throw std::invalid_argument(prefix.stringValue() +
-                                    " is of another family, or has host bits set");
+                                    " is of another family, too long, or has host bits set");
     }
 }
 

@@ -95,10 +95,12 @@ public:
     Outcome download(std::span<Route const> routes);
     /**
      * Takes over what the chip holds, into an empty table, and completes or takes back a change
-     * that was cut off in the middle. False when the chip has refused a write or has no bucket to
-     * spare: then nothing is taken over, and updates are refused until a restart succeeds; so they
-     * are after std::bad_alloc. Takes O(d) time for each route that the chip holds, and what
-     * `repair` takes. Throws std::logic_error when the table is not empty.
+     * that was cut off in the middle. False when the chip has refused a write, has no bucket to
+     * spare, or holds a partition of more routes than `bucketRoutes`: then nothing is taken over,
+     * and updates are refused until a restart succeeds; so they are after std::bad_alloc, and after
+     * what a chip throws that cannot be read. Other tables' managers may go on meanwhile. Takes
+     * O(d) time for each route that the chip holds, and what `repair` takes. Throws
+     * std::logic_error when the table is not empty.
      */
     bool restart();
 

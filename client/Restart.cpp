@@ -93,6 +93,12 @@ bool PartitionManager::takeOver() {
         adoptRoutes();
         separateTenants();
     }
+    // A chip that was filled for larger buckets: a policy only cuts what is one route too large.
+    for (auto const& [prefix, root] : roots_) {
+        if (root->partitionRouteCount() > bucketRoutes_) {
+            return false;
+        }
+    }
     // A withdrawal may have been cut off before its partition, empty now, was merged.
     for (auto const& [prefix, root] : roots_) {
         if (root->partitionRouteCount() == 0) {

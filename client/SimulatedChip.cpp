@@ -49,7 +49,8 @@ WriteStatus SimulatedChip::carryOut(Write const& write) {
         return release(*cell);
     }
     bool const names = write.kind != WriteKind::writeCover || !write.empty;
-    if (names && write.route.prefix.af() != cell->af) {
+    IpGenPrefix const& prefix = write.route.prefix;
+    if (names && (prefix.af() != cell->af || prefix.len() > maxPrefixLen(prefix.af()))) {
         return WriteStatus::wrongFamily;
     }
     switch (write.kind) {

@@ -155,5 +155,71 @@ TEST_F(InstancesThreadsTest, restartOneAfterTheOtherWhileTheFirstGrows) {
     EXPECT_EQ(chip_.bucketsUsed(), buckets);
 }
 
+/** At the very moment at which the first table asks whether a bucket of the second is free. */
+TEST_F(InstancesThreadsTest, restartKeepsItsNumbersWhileAnotherTableLooksForOne) {
+    auto numbers = Torvel::Bitmap::BitmapIs(400);
+    Instance& first = instances_[0];
+    Instance& second = instances_[1];
+    Random random(seed_);
+    second.manager = std::make_unique<PartitionManager>(chip_, numbers, second.options("window"));
+    for (auto const& prefix : randomPrefixes(second.space, Order::random, 20, random)) {
+        ASSERT_NO_FATAL_FAILURE(update(second, {prefix, random.below(1000)}));
+    }
+    U64 const ofSecond = second.manager->buckets();
+    ASSERT_GT(ofSecond, 3U);
+
+    numbers = Torvel::Bitmap::BitmapIs(400);
+    second.manager = std::make_unique<PartitionManager>(chip_, numbers, second.options("window"));
+    WatchedChip watched(chip_);
+    U64 asked = 0;
+    watched.asked = [&] {
+        if (++asked == 2) {
+            EXPECT_TRUE(second.manager->restart());
+        }
+    };
+    first.manager = std::make_unique<PartitionManager>(watched, numbers, first.options("window"));
+    for (U32 low = 0; low < 30; ++low) {
+        ASSERT_NO_FATAL_FAILURE(update(first, {first.space.at(low), low}));
+        ASSERT_NO_FATAL_FAILURE(check(second, chip_));
+        ASSERT_EQ(numbers->count(), first.manager->buckets() + ofSecond);
+    }
+    EXPECT_LE(asked, ofSecond + first.manager->counts().splits + first.manager->buckets());
+    ASSERT_NO_FATAL_FAILURE(check(first, chip_));
+}
+
+TEST_F(InstancesThreadsTest, restartsOnAThreadOfItsOwnWhileOthersWork) {
+    TestSupport::ThreadSafeMode const mode;
+    auto numbers = Torvel::Bitmap::BitmapIs(400);
+    std::size_t const half = instances_.size() / 2;
+    for (std::size_t i = 0; i < half; ++i) {
+        Instance& instance = instances_[i];
+        Random random(seed_ * 100 + i);
+        instance.manager =
+            std::make_unique<PartitionManager>(chip_, numbers, instance.options("window"));
+        for (auto const& prefix : randomPrefixes(instance.space, Order::random, 20, random)) {
+            ASSERT_NO_FATAL_FAILURE(update(instance, {prefix, random.below(1000)}));
+        }
+        instance.manager.reset();
+    }
+    numbers = Torvel::Bitmap::BitmapIs(400);
+    TestSupport::inThreads(instances_.size(), [&](std::size_t index) {
+        Instance& instance = instances_[index];
+        Random random(seed_ * 100 + 50 + index);
+        Torvel::Bitmap::Ptr mine = numbers;
+        instance.manager =
+            std::make_unique<PartitionManager>(chip_, mine, instance.options("window"));
+        if (index < half) {
+            ASSERT_TRUE(instance.manager->restart());
+            ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
+            for (auto const& [prefix, nextHop] : Table(instance.table)) {
+                ASSERT_NO_FATAL_FAILURE(update(instance, {prefix, {}}));
+            }
+        }
+        run(instance, chip_, random);
+        instance.manager.reset();
+    });
+    EXPECT_EQ(chip_.bucketsUsed() + chip_.bindingsUsed() + numbers->count(), 0U);
+}
+
 }  // namespace
 }  // namespace ClientTest

@@ -177,7 +177,32 @@ TEST(ManagerOptionsTest, refusesABoundThatTheChipCannotHoldAndAnUnknownPolicy) {
     EXPECT_THROW(make(4, "none"), std::invalid_argument);
 }
 
-TEST(ManagerOptionsTest, refusesPrefixesOfTheOtherFamilyAndWithHostBits) {
+/** Its policies cut what is one route too large, not what is many times too large. */
+TEST_P(RoomTest, restartLeavesAChipAloneThatWasFilledForLargerBuckets) {
+    Space const space(std::get<1>(GetParam()), 5);
+    ClientWorld world(space, std::get<0>(GetParam()), {20, 8, 20});
+    for (U32 low = 0; low < 8; ++low) {
+        ASSERT_EQ(world.update({space.at(low), low}), Outcome::done);
+    }
+    auto const restart = [&](U32 bound) {
+        auto const numbers = Torvel::Bitmap::BitmapIs(20);
+        PartitionManager manager(
+            world.watched, numbers,
+            {ClientWorld::vrfId, space.af(), bound, std::get<0>(GetParam()), 1});
+        world.watched.countAnew();
+        bool const taken = manager.restart();
+        EXPECT_EQ(manager.settled(), taken);
+        EXPECT_EQ(manager.routes(), taken ? 8U : 0U);
+        EXPECT_EQ(numbers->count(), taken ? 1U : 0U);
+        return taken;
+    };
+    EXPECT_FALSE(restart(7));
+    EXPECT_EQ(world.watched.writes(), 0U);
+    world.checkAnswers();
+    EXPECT_TRUE(restart(8));
+}
+
+TEST(ManagerOptionsTest, refusesPrefixesOfTheOtherFamilyTooLongOnesAndHostBits) {
     Space const space(AddressFamily::ipv4);
     ClientWorld world(space, "", {4, 4, 4});
     auto& manager = world.manager();
@@ -186,6 +211,12 @@ TEST(ManagerOptionsTest, refusesPrefixesOfTheOtherFamilyAndWithHostBits) {
     IpGenPrefix const hostBits(Nimbal::IpAddr(0x0a000001U), 8);
     EXPECT_THROW(manager.announce({hostBits, 1}), std::invalid_argument);
     EXPECT_THROW(manager.download(std::vector<Route>{{hostBits, 1}}), std::invalid_argument);
+    for (U32 const len : {33U, 128U, 200U}) {
+        IpGenPrefix const tooLong(AddressFamily::ipv4, {}, len);
+        EXPECT_THROW(manager.announce({tooLong, 1}), std::invalid_argument) << len;
+        EXPECT_THROW(manager.withdraw(tooLong), std::invalid_argument) << len;
+        EXPECT_THROW(manager.download(std::vector<Route>{{tooLong, 1}}), std::invalid_argument);
+    }
     EXPECT_EQ(world.watched.writes(), 0U);
     world.check();
 }

@@ -81,6 +81,21 @@ TEST_F(SimulatedChipTest, refusesTheOtherFamily) {
     }
 }
 
+TEST_F(SimulatedChipTest, refusesPrefixesThatAreLongerThanAnAddress) {
+    write(WriteKind::allocate, 0);
+    for (WriteKind const kind :
+         {WriteKind::writeRoute, WriteKind::eraseRoute, WriteKind::writeCover, WriteKind::bind}) {
+        for (U32 const len : {33U, 128U, 129U, 255U}) {
+            LpmClient::Write write;
+            write.kind = kind;
+            write.bucket = 0;
+            write.route.prefix = IpGenPrefix(AddressFamily::ipv4, {}, len);
+            EXPECT_EQ(chip_.write(write), WriteStatus::wrongFamily) << text(kind) << ' ' << len;
+        }
+    }
+    EXPECT_EQ(chip_.bindingsUsed(), 0U);
+}
+
 TEST_F(SimulatedChipTest, bindsWithinItsTableAndRebindsWhenThatIsFull) {
     write(WriteKind::allocate, 0);
     write(WriteKind::allocate, 1);
