@@ -1,5 +1,7 @@
 #include <tests/Support/Sanitized.h>
 #include <tests/tools/GoodRun.h>
+#include <tests/tools/MrtBytes.h>
+#include <tests/tools/Packing.h>
 #include <tests/tools/TemporaryFiles.h>
 
 #include <gmock/gmock.h>
@@ -54,6 +56,41 @@ TEST_F(CommandPlanStreamTest, flappingTakesNoMemory) {
         EXPECT_EQ(ended.err, "");
         EXPECT_THAT(ended.out, HasSubstr(option.empty() ? "ipv4,0,2,1," : "ipv4,1000003,2,1,"));
     }
+}
+
+/** What a file claims, and what it unpacks to, is not what is kept of it. */
+TEST_F(CommandPlanStreamTest, filesThatClaimOrUnpackToMuchTakeNoMemory) {
+    if (LPMTRIE_SANITIZED != 0) {
+        GTEST_SKIP() << "sanitizers take memory of their own";
+    }
+    std::string const hundredMegabytes(100'000'000, '\0');
+    std::string const good =
+        updateRecord("", origin() + nextHop("192.0.2.9"), routes({"10.0.0.0/8"}));
+    std::string const claim = u32(0) + u16(16) + u16(4) + u32(0xffffffff);
+    std::string const unknown =
+        u32(0) + u16(64) + u16(0) + u32(1'000'000) + hundredMegabytes.substr(0, 1'000'000);
+    std::string many;
+    for (int i = 0; i < 100; ++i) {
+        many += unknown;
+    }
+    auto const plan = [&](std::string const& bytes) {
+        return runProgram({"/bin/sh", "-c",
+                           "ulimit -v 26000; exec \"$0\" plan --updates \"$1\" --csv", commandPath,
+                           files_.write("stream", bytes)});
+    };
+    Ended const claimed = plan(gzipped(good + claim + hundredMegabytes));
+    EXPECT_EQ(claimed.status, 1);
+    EXPECT_THAT(claimed.err, HasSubstr(": record 2 at byte "));
+    EXPECT_THAT(claimed.out, HasSubstr("ipv4,1,1,1,"));
+    for (std::string const& packed : {gzipped(good + many), bzip2ed(good + many)}) {
+        Ended const skipped = plan(packed);
+        EXPECT_EQ(skipped.status, 0);
+        EXPECT_EQ(skipped.err, "");
+        EXPECT_THAT(skipped.out, HasSubstr("ipv4,1,1,1,"));
+    }
+    Ended const lines = plan(gzipped("A 10.0.0.0/8\n" + std::string(100'000'000, '#')));
+    EXPECT_EQ(lines.status, 0);
+    EXPECT_THAT(lines.out, HasSubstr("ipv4,1,1,1,"));
 }
 
 TEST_F(CommandPlanStreamTest, nextHopsOfThePastTakeNoMemory) {

@@ -145,6 +145,56 @@ TEST_P(HitlessTableTest, buildingAndChangingATableShowsNoWrongAnswerAtAnyWrite) 
     manager_.trie().verify();
 }
 
+/** The number of differences of a kind that an audit tells. */
+std::size_t count(std::vector<LpmClient::Difference> const& differences,
+                  LpmClient::DifferenceKind kind) {
+    return static_cast<std::size_t>(
+        std::ranges::count(differences, kind, &LpmClient::Difference::kind));
+}
+
+TEST_P(HitlessTableTest, wholeTableIsTakenOverWithoutAWriteAuditedAndRepaired) {
+    for (std::size_t i = prefixes_.size(); i > 1; --i) {
+        std::swap(prefixes_[i - 1], prefixes_[random_.below(i)]);
+    }
+    chip_.written = nullptr;
+    for (std::size_t i = 0; i < prefixes_.size(); ++i) {
+        update(prefixes_[i], i);
+    }
+    chip_.countAnew();
+    LpmClient::PartitionManager later(chip_, Torvel::Bitmap::BitmapIs(1U << 20), options());
+    ASSERT_TRUE(later.restart());
+    EXPECT_EQ(chip_.writes(), 0U);
+    EXPECT_EQ(later.routes(), manager_.routes());
+    EXPECT_EQ(later.buckets(), manager_.buckets());
+    EXPECT_TRUE(later.audit().empty());
+
+    // Somebody erases every thousandth route, and changes the next hop of as many others.
+    std::size_t damaged = 0;
+    auto const damage = [&](LpmClient::WriteKind kind, std::size_t number) {
+        LpmClient::Write write;
+        write.kind = kind;
+        write.route = {prefixes_[number], 7'000'000};
+        auto const found = later.trie().findPartitionNode(write.route.prefix, false);
+        write.bucket = LpmClient::bucketOf(found.partitionNode());
+        ASSERT_EQ(simulated_.write(write), LpmClient::WriteStatus::done);
+    };
+    for (std::size_t i = 0; i + 500 < prefixes_.size(); i += 1000) {
+        damage(LpmClient::WriteKind::eraseRoute, i);
+        damage(LpmClient::WriteKind::writeRoute, i + 500);
+        ++damaged;
+    }
+    auto const differences = later.audit();
+    EXPECT_EQ(differences.size(), 2 * damaged);
+    EXPECT_EQ(count(differences, LpmClient::DifferenceKind::routeMissing), damaged);
+    EXPECT_EQ(count(differences, LpmClient::DifferenceKind::routeWrong), damaged);
+    EXPECT_TRUE(later.repair().empty());
+    EXPECT_EQ(chip_.writes(), 2 * damaged);
+    for (IpGenPrefix const& prefix : prefixes_) {
+        check(addressUnder(prefix));
+    }
+    later.trie().verify();
+}
+
 INSTANTIATE_TEST_SUITE_P(, HitlessTableTest,
                          testing::Values(AddressFamily::ipv4, AddressFamily::ipv6),
                          [](auto const& family) {
