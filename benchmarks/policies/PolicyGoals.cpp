@@ -123,13 +123,15 @@ void writeMissed(std::ostream& out, std::vector<Trial> const& trials) {
 void writeGoals(std::ostream& out, std::vector<Row> const& rows) {
     auto const trials = trialsOf(rows);
     out << "\n## What is aimed at\n\nFor each aim the policy that reaches it, or else comes nearest. "
-           "Buckets come whole: the\nlast column tells what a single one is, at the tenth where "
-           "that policy is worst.\n\n"
+           "Buckets count at\nevery tenth, and moves over the whole work: what these were up to any "
+           "tenth stands in brackets above.\nBuckets come whole: the last column tells what a "
+           "single one is, at the tenth where that policy is worst.\n\n"
         << "| Work | Aim | | Policy | Reached | One bucket |\n|---|---|---|---|---|---|\n";
     for (Trial const& trial : trials) {
         Row const& row = trial.nearest();
-        out << nameOf(trial) << '`' << row.policy << "` | " << (trial.reached() ? "" : "no: ")
-            << figures(row) << " | " << std::fixed << std::setprecision(1)
+        out << nameOf(trial) << '`' << row.policy << "` | "
+            << (trial.reached() ? figures(row) : "no: " + figures(row, 1)) << " | " << std::fixed
+            << std::setprecision(1)
             << 100.0 / static_cast<double>(std::max(row.optimumThere, U64{1})) << " % |\n";
     }
     if (!std::all_of(trials.begin(), trials.end(), [](Trial const& at) { return at.reached(); })) {

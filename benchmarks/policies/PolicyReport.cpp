@@ -155,6 +155,15 @@ private:
         return names;
     }
 
+    /** The fewest that any run of the work has had. */
+    U64 updatesOf(Work const& work) const {
+        U64 fewest = ~U64{0};
+        for (Row const& row : rows_) {
+            fewest = row.work == work.name ? std::min(fewest, row.updates) : fewest;
+        }
+        return fewest;
+    }
+
     void section(Work const& work) {
         auto const measured = policiesOf(work);
         std::ostringstream lines;
@@ -177,7 +186,8 @@ private:
             text_
                 << "A random route is withdrawn, and one of those withdrawn earlier comes back. A "
                    "tenth of the table is held\nback from the start, as withdrawn before it. "
-                   "Moves are counted from the first replacement on.\n\n";
+                   "Moves are counted from the first replacement on. Replacements: "
+                << updatesOf(work) << ".\n\n";
         }
         seeds(work);
         text_ << "| Buckets to the fewest at moves " << work.unit << " |";
@@ -231,14 +241,14 @@ private:
         text_
             << "\n## Time\n\nProcessor time of the client, with a chip that does nothing, against "
                "the library's own\n`insertFromRoot`, both in random order in one run.\n\n"
-            << "| Random order | library, µs a route | `window`, µs a route | ratio |\n"
-            << "|---|---|---|---|\n";
+            << "| Random order | Policy | library, µs a route | client, µs a route | ratio |\n"
+            << "|---|---|---|---|---|\n";
         for (Row const& row : rows_) {
             if (row.work == "time") {
-                text_ << "| " << familyName(row.af) << ", " << row.bucketRoutes << " | "
-                      << std::fixed << std::setprecision(2) << row.libraryMicroseconds << " | "
-                      << row.microseconds << " | " << row.microseconds / row.libraryMicroseconds
-                      << " |\n";
+                text_ << "| " << familyName(row.af) << ", " << row.bucketRoutes << " | `"
+                      << row.policy << "` | " << std::fixed << std::setprecision(2)
+                      << row.libraryMicroseconds << " | " << row.microseconds << " | "
+                      << row.microseconds / row.libraryMicroseconds << " |\n";
             }
         }
     }

@@ -17,10 +17,10 @@ bool isNamed(std::string const& policy) {
     return policy.find(':') == std::string::npos;
 }
 
-std::string figures(Row const& row) {
+std::string figures(Row const& row, int moreDigits) {
     std::ostringstream text;
-    text << std::fixed << std::setprecision(3) << row.worstRatio << " at " << std::setprecision(2)
-         << row.moves;
+    text << std::fixed << std::setprecision(3 + moreDigits) << row.worstRatio << " at "
+         << std::setprecision(2 + moreDigits) << row.moves;
     return text.str();
 }
 
