@@ -19,10 +19,12 @@ std::vector<RouteNode*> nestedRoots(RouteNode* root) {
     Node* next = nullptr;
     for (;; node = next) {
         next = nullptr;
-        bool const enter = node == root || !node->partitionNode();
-        if (!enter) {
+        bool const isNested = node != root && node->partitionNode();
+        if (isNested) {
             nested.push_back(routeNode(node));
         }
+        // Where all routes are the partition's own, nothing is nested: most of it is not read.
+        bool const enter = !isNested && node->routeCount() != node->partitionRouteCount();
         for (U32 bit = 0; enter && next == nullptr && bit <= 1; ++bit) {
             next = node->bitNode(bit);
         }

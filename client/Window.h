@@ -4,7 +4,8 @@
 
 namespace LpmClient {
 
-/** The roots of the partitions nested directly in the one at `root`, in pre-order. */
+/** The roots of the partitions nested directly in the one at `root` that have routes, in pre-order.
+ */
 std::vector<RouteNode*> nestedRoots(RouteNode* root);
 /** In pre-order: by address, then length. */
 void sortRoots(std::vector<RouteNode*>& roots);
