@@ -16,6 +16,8 @@ namespace LpmBenchmarks {
 
 namespace {
 
+constexpr std::uintptr_t hugePage = std::uintptr_t{2} << 20;
+
 struct alignas(64) Line {
     U64 next;
 };
@@ -44,8 +46,6 @@ public:
     U64 next(U64 at) const { return lines_[at].next; }
 
 private:
-    static constexpr std::uintptr_t hugePage = std::uintptr_t{2} << 20;
-
     /** One way through all lines. */
     void joinAtRandom() {
         std::vector<U64> order(count());
@@ -99,6 +99,28 @@ double memoryLatency(U64 bytes, U32 chains, Pages pages) {
     U64 const volatile sink = std::accumulate(at.begin(), at.end(), U64{0});
     static_cast<void>(sink);
     return time.count() / (double{steps} * chains);
+}
+
+Ballast::Ballast(U64 bytes) : bytes_(std::max(bytes, hugePage)) {
+    storage_ = mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (storage_ == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    madvise(storage_, bytes_, MADV_HUGEPAGE);
+    constexpr U64 smallPage = 4096;
+    for (U64 at = 0; at < bytes_; at += smallPage) {
+        static_cast<char volatile*>(storage_)[at] = 1;
+    }
+}
+
+Ballast::~Ballast() {
+    munmap(storage_, bytes_);
+}
+
+U64 Ballast::most() {
+    U64 const free =
+        static_cast<U64>(sysconf(_SC_AVPHYS_PAGES)) * static_cast<U64>(sysconf(_SC_PAGESIZE));
+    return std::min(free / 4, U64{2} << 30);
 }
 
 }  // namespace LpmBenchmarks

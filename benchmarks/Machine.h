@@ -17,4 +17,22 @@ std::string machineSize();
  */
 double memoryLatency(U64 bytes, U32 chains, Pages pages);
 
+/**
+ * Takes memory and leaves it alone, so that what is taken afterwards lies elsewhere in the machine.
+ */
+class Ballast {
+public:
+    explicit Ballast(U64 bytes);
+    Ballast(Ballast const&) = delete;
+    Ballast& operator=(Ballast const&) = delete;
+    ~Ballast();
+
+    /** So much may be taken: a fourth of what is free, and no more than 2 GiB. */
+    static U64 most();
+
+private:
+    U64 const bytes_;
+    void* storage_ = nullptr;
+};
+
 }  // namespace LpmBenchmarks

@@ -5,7 +5,9 @@
  * are then in place for all, as they are from the start for those that reserve them beforehand.
  */
 
+#include <tools/Xoshiro.h>
 #include <benchmarks/Clock.h>
+#include <benchmarks/Machine.h>
 #include <benchmarks/Measurement.h>
 #include <benchmarks/OwnProcess.h>
 
@@ -172,9 +174,12 @@ std::vector<PeerFigures> measure(Input const& input, std::vector<Peer> const& pe
                                  Pages pages) {
     std::vector<std::array<std::vector<double>, workCount>> samples(peers.size());
     Sample first;
+    LpmTools::Xoshiro placement(1);
     for (U32 repetition = 0; repetition < effort.repetitions; ++repetition) {
         for (std::size_t i = 0; i < peers.size(); ++i) {
+            U64 const skipped = Ballast::most() / 1000 * placement.below(1000);
             Sample const sample = inOwnProcess(peers[i].name, [&] {
+                Ballast const ballast(skipped);
                 usePages(pages);
                 malloc_trim(0);  // what this process has inherited free would not count as taken
                 return Session(input, peers[i], pages).run(effort.growthOnly);
