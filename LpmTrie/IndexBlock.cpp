@@ -2,6 +2,8 @@
 #include <LpmTrie/Module.h>
 #include <Vexo/SlabStorage.h>
 
+#include <cstring>
+
 namespace LpmTrie {
 
 using Detail::has;
@@ -32,17 +34,31 @@ constexpr std::size_t pieceBytes(U32 words) noexcept {
     return std::size_t{pieceWords(words)} * sizeof(U64);
 }
 
+/** Two words at a time. A compiler knows how to move them together. */
+void copyPair(U64* to, U64 const* from) noexcept {
+    std::array<U64, 2> pair;
+    std::memcpy(pair.data(), from, sizeof pair);
+    std::memcpy(to, pair.data(), sizeof pair);
+}
+
 /** To lower addresses, or into other storage. Pieces are short: a call would cost more. */
 void copyForwards(U64* to, U64 const* from, U32 count) noexcept {
-    for (U32 i = 0; i < count; ++i) {
+    U32 i = 0;
+    for (; i + 2 <= count; i += 2) {
+        copyPair(to + i, from + i);
+    }
+    if (i < count) {
         to[i] = from[i];
     }
 }
 
 /** To higher addresses. */
 void copyBackwards(U64* to, U64 const* from, U32 count) noexcept {
-    while (count-- > 0) {
-        to[count] = from[count];
+    for (; count >= 2; count -= 2) {
+        copyPair(to + count - 2, from + count - 2);
+    }
+    if (count != 0) {
+        to[0] = from[0];
     }
 }
 

@@ -60,13 +60,15 @@ Node* Trie::place(Insertion& insertion, HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     Node* const fromPartitionNode = insertion.fromPartitionNode;
     Node* current = fromPartitionNode != nullptr ? fromPartitionNode : root_;
-    U32 commonLen = current->commonLen(newPrefix);
+    U32 commonLen = fromPartitionNode != nullptr ? current->commonLen(newPrefix) : 0;
     LPM_SASSERT(fromPartitionNode == nullptr || commonLen == fromPartitionNode->len(),
                 " start node ", fromPartitionNode, " does not cover prefix ", newPrefix);
     DescentCount count(current, insertion.fibRoute);
     if (Node* const reached = skipDown(insertion, current, count)) {
         current = reached;
         commonLen = current->len();
+    } else if (fromPartitionNode == nullptr) {
+        commonLen = current->commonLen(newPrefix);
     }
     U32 bit = 0;
     while (commonLen == current->len()) {
