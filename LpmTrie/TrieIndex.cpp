@@ -56,6 +56,13 @@ template IndexBlock* TrieIndex::descend<false>(U64, U32) const noexcept;
 TrieIndex::Found TrieIndex::find(Nimbal::IpGenPrefix const& prefix) const noexcept {
     U64 const head = prefix.head();
     U32 const len = std::min(prefix.len(), longest);
+    if (head != recent_.head || len != recent_.len) {
+        recent_ = {head, len, search(head, len)};
+    }
+    return recent_.found;
+}
+
+TrieIndex::Found TrieIndex::search(U64 head, U32 len) const noexcept {
     descend<true>(head, depthOf(len));
     Found found{nullptr, nullptr};
     U64 bound = path_.depth == depthOf(len) ? IndexBlock::upTo((len + 2) % stride) : ~U64{0};
@@ -139,7 +146,7 @@ void TrieIndex::del(Node* node) noexcept {
 }
 
 void TrieIndex::erase(Node* node) {
-    walk_.stop();
+    forget();
     last_ = nullptr;
     IndexBlock* block = descend<false>(node->head_, depthOf(node->headLen_));
     U32 const place = placeOf(node->head_, node->headLen_);
@@ -164,7 +171,7 @@ void TrieIndex::roleChanged(Node* node) noexcept {
     if (marked == has(block->marks(), place)) {
         return;
     }
-    walk_.stop();
+    forget();
     try {
         block->markIs(place, marked);
         markCount_ += marked ? 1 : ~U64{0};

@@ -62,7 +62,11 @@ public:
         /** The longest one known that covers it and may count as a partition node, or null. */
         Node* candidate;
     };
-    /** Also fetches the nodes that cover the prefix into the cache, side by side. */
+    /**
+     * Also fetches the nodes that cover the prefix into the cache, side by side. The same again
+     * costs next to nothing as long as nothing has changed: a client looks for the partition of a
+     * route and then inserts it.
+     */
     Found find(Nimbal::IpGenPrefix const& prefix) const noexcept;
     /** How many prefixes `fetchFor` takes. */
     static constexpr std::size_t mostTogether = 16;
@@ -115,7 +119,22 @@ private:
         std::array<IndexBlock*, strides> blocks{};
     };
 
+    /** What has been found last, for which address and how many bits of it. */
+    struct Recent {
+        static constexpr U32 none = ~U32{0};
+
+        U64 head = 0;
+        U32 len = none;
+        Found found{nullptr, nullptr};
+    };
+
     TrieIndex() noexcept { path_.blocks[0] = &top_; }
+    Found search(U64 head, U32 len) const noexcept;
+    /** What was learnt of blocks that are about to change. */
+    void forget() noexcept {
+        walk_.stop();
+        recent_.len = Recent::none;
+    }
     static void linkedStrangers(U32 number, Node* node, Node* other) noexcept;
     template <bool fetching>
     IndexBlock* descend(U64 head, U32 depth) const noexcept;
@@ -139,6 +158,7 @@ private:
     mutable bool inOrder_ = true;
     // Where a search or a walk has been last: what makes one that only reads unfit for two threads.
     mutable Path path_;
+    mutable Recent recent_;
     mutable IndexWalk walk_;
 };
 

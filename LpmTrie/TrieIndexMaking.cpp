@@ -139,7 +139,7 @@ void TrieIndex::giveUp() noexcept {
         }
     }
     last_ = nullptr;
-    walk_.stop();
+    forget();
     nodeCount_ = 0;
     markCount_ = 0;
     path_.depth = 0;

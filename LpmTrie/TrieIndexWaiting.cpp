@@ -73,7 +73,7 @@ IndexBlock* TrieIndex::blockFor(U64 head, U32 depth) {
 }
 
 void TrieIndex::enter(Node* node) noexcept {
-    walk_.stop();
+    forget();
     U32 const place = placeOf(node->head_, node->headLen_);
     try {
         IndexBlock* const block = blockFor(node->head_, depthOf(node->headLen_));
@@ -90,7 +90,7 @@ void TrieIndex::enter(Node* node) noexcept {
 
 /** Enters what waits at the depths whose bits are set; gives up when memory ends. */
 void TrieIndex::enter(U32 depths) noexcept {
-    walk_.stop();
+    forget();
     try {
         for (; depths != 0; depths &= depths - 1) {
             auto const depth = static_cast<U32>(std::countr_zero(depths));
