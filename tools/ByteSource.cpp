@@ -7,12 +7,12 @@
 
 #include <tools/ByteSource.h>
 #include <tools/Output.h>
+#include <tools/Unpackers.h>
 
-#include <bzlib.h>
 #include <fcntl.h>
 #include <unistd.h>
-#include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -77,9 +77,8 @@ public:
         }
         return std::span(block_).subspan(at_, length_ - at_);
     }
-    bool startsWith(std::string_view magic) const noexcept {
-        return std::string_view(block_.data(), length_).starts_with(magic);
-    }
+    /** The first block, as long as it has not been read. */
+    std::string_view head() const noexcept { return {block_.data(), length_}; }
     void advance(std::size_t bytes) noexcept { at_ += bytes; }
 
 private:
@@ -103,77 +102,6 @@ public:
 
 private:
     std::unique_ptr<Blocks> blocks_;
-};
-
-/** What one step of an unpacker took in and gave out. */
-struct Step {
-    std::size_t in;
-    std::size_t out;
-    bool atEnd;    // of the packed stream, not of the file
-    bool damaged;  // what was given in is not such a stream
-};
-
-class Gzip {
-public:
-    static constexpr std::string_view magic_ = "\x1f\x8b";
-    static constexpr char const* name_ = "gzip";
-
-    Gzip() {
-        if (::inflateInit2(&stream_, MAX_WBITS + 16) != Z_OK) {
-            throw std::bad_alloc();
-        }
-    }
-    Gzip(Gzip const&) = delete;
-    Gzip& operator=(Gzip const&) = delete;
-    ~Gzip() { ::inflateEnd(&stream_); }
-
-    Step step(std::span<char> in, std::span<char> out) {
-        stream_.next_in = reinterpret_cast<Bytef*>(in.data());
-        stream_.avail_in = static_cast<uInt>(in.size());
-        stream_.next_out = reinterpret_cast<Bytef*>(out.data());
-        stream_.avail_out = static_cast<uInt>(out.size());
-        int const result = ::inflate(&stream_, Z_NO_FLUSH);
-        if (result == Z_MEM_ERROR) {
-            throw std::bad_alloc();
-        }
-        bool const good = result == Z_OK || result == Z_STREAM_END || result == Z_BUF_ERROR;
-        return {in.size() - stream_.avail_in, out.size() - stream_.avail_out,
-                result == Z_STREAM_END, !good};
-    }
-
-private:
-    z_stream stream_{};
-};
-
-class Bzip2 {
-public:
-    static constexpr std::string_view magic_ = "BZh";
-    static constexpr char const* name_ = "bzip2";
-
-    Bzip2() {
-        if (::BZ2_bzDecompressInit(&stream_, 0, 0) != BZ_OK) {
-            throw std::bad_alloc();
-        }
-    }
-    Bzip2(Bzip2 const&) = delete;
-    Bzip2& operator=(Bzip2 const&) = delete;
-    ~Bzip2() { ::BZ2_bzDecompressEnd(&stream_); }
-
-    Step step(std::span<char> in, std::span<char> out) {
-        stream_.next_in = in.data();
-        stream_.avail_in = static_cast<unsigned>(in.size());
-        stream_.next_out = out.data();
-        stream_.avail_out = static_cast<unsigned>(out.size());
-        int const result = ::BZ2_bzDecompress(&stream_);
-        if (result == BZ_MEM_ERROR) {
-            throw std::bad_alloc();
-        }
-        return {in.size() - stream_.avail_in, out.size() - stream_.avail_out,
-                result == BZ_STREAM_END, result != BZ_OK && result != BZ_STREAM_END};
-    }
-
-private:
-    bz_stream stream_{};
 };
 
 template <class Unpacker>
@@ -205,8 +133,23 @@ public:
 private:
     void startNext() {
         unpacker_.reset();
-        if (!blocks_->rest().empty()) {
-            unpacker_ = std::make_unique<Unpacker>();
+        if (blocks_->rest().empty()) {
+            return;
+        }
+        if (Unpacker::zerosMayFollow_ && blocks_->rest().front() == '\0') {
+            skipZeros();
+            return;
+        }
+        unpacker_ = std::make_unique<Unpacker>();
+    }
+
+    /** To the end of the file, up to which there must be nothing else. */
+    void skipZeros() {
+        for (auto rest = blocks_->rest(); !rest.empty(); rest = blocks_->rest()) {
+            if (std::ranges::any_of(rest, [](char byte) { return byte != '\0'; })) {
+                fail("damaged %s data");
+            }
+            blocks_->advance(rest.size());
         }
     }
 
@@ -226,12 +169,19 @@ std::string inputName(std::string const& path) {
     return path == "-" ? "standard input" : onOneLine(path);
 }
 
+std::string_view packingOf(std::string_view head) noexcept {
+    return head.starts_with(Gzip::magic_)    ? Gzip::name_
+           : head.starts_with(Bzip2::magic_) ? Bzip2::name_
+                                             : "";
+}
+
 std::unique_ptr<ByteSource> openInput(std::string const& path) {
     auto blocks = std::make_unique<Blocks>(path);
-    if (blocks->startsWith(Gzip::magic_)) {
+    std::string_view const packing = packingOf(blocks->head());
+    if (packing == Gzip::name_) {
         return std::make_unique<PackedSource<Gzip>>(std::move(blocks));
     }
-    if (blocks->startsWith(Bzip2::magic_)) {
+    if (packing == Bzip2::name_) {
         return std::make_unique<PackedSource<Bzip2>>(std::move(blocks));
     }
     return std::make_unique<PlainSource>(std::move(blocks));

@@ -6,8 +6,12 @@
 
 namespace LpmTools {
 
+void tellProblem(std::string const& what) {
+    std::cerr << "lpmtrie: " << onOneLine(what) << '\n';
+}
+
 int fail(std::string const& why, int status) {
-    std::cerr << "lpmtrie: " << onOneLine(why) << '\n';
+    tellProblem(why);
     return status;
 }
 

@@ -11,6 +11,9 @@ constexpr int statusMisused = 2;
 constexpr int statusDifferent = 1;
 constexpr int statusUndecided = 2;
 
+/** Tells in one line on standard error what is amiss. */
+void tellProblem(std::string const& what);
+
 /** Tells in one line on standard error what is wrong; answers `status`. */
 int fail(std::string const& why, int status);
 

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <string>
+#include <string_view>
 
 namespace LpmTools {
 
@@ -17,6 +19,13 @@ inline constexpr std::size_t inputHeadSize = 8;
  * that is empty or too short to tell is text.
  */
 bool looksLikeMrt(std::span<char const> head) noexcept;
+
+/**
+ * What an input is, by its first bytes, when that cannot be read although many programs write it:
+ * another packing, UTF-16; else empty. Asked of what looks neither like MRT nor is packed by gzip
+ * or bzip2.
+ */
+std::string_view unsupportedKind(std::span<char const> head) noexcept;
 
 /** A source whose first bytes can be looked at before they are read. */
 class PeekedSource final : public ByteSource {
@@ -34,5 +43,8 @@ private:
     std::size_t size_ = 0;
     std::size_t at_ = 0;
 };
+
+/** Opens an input as `openInput` does. Throws InputError also for one that is of no known kind. */
+std::unique_ptr<PeekedSource> openUnpacked(std::string const& path);
 
 }  // namespace LpmTools

@@ -33,6 +33,9 @@ bool LineReader::next() {
         }
     }
     number_ += any ? U64{1} : U64{0};
+    if (number_ == 1 && line_.starts_with(byteOrderMark)) {
+        line_.erase(0, byteOrderMark.size());
+    }
     return any;
 }
 

@@ -12,8 +12,8 @@
 namespace LpmTools {
 
 /**
- * Cuts a stream into the lines of a text table. What `line` and `text` give is good until the next
- * call of `next`.
+ * Cuts a stream into the lines of a text table; a byte order mark before the first is skipped. What
+ * `line` and `text` give is good until the next call of `next`.
  */
 class LineReader {
 public:
@@ -45,6 +45,9 @@ private:
     std::string line_;
     Vexo::U64 number_ = 0;
 };
+
+/** What some editors begin a text in UTF-8 with. */
+inline constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 
 /** Blanks in a text table; a line feed ends the line. */
 inline constexpr std::string_view lineBlanks = " \t\r\v\f";

@@ -115,6 +115,14 @@ void RouteInputs::read(std::string const& path, Take const& take) {
     } else if (updates) {
         describeText(updates->text(), report);
     }
+    Omissions omissions{report.name, report.hostBitsCleared, 0, {}};
+    if (updates) {
+        omissions.badLines = updates->text().badLines;
+        omissions.firstBadLine = updates->text().firstBadLine;
+    }
+    if (omissions.any()) {
+        omissions_.push_back(omissions);
+    }
 }
 
 LpmClient::NextHop RouteInputs::numberOf(IpGenPrefix const& prefix) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <client/Hardware.h>
+#include <tools/Omissions.h>
 #include <tools/PlanReport.h>
 #include <tools/RouteUpdates.h>
 
@@ -65,6 +66,8 @@ public:
                      std::function<void(RouteEvent const&)> const& take);
 
     std::vector<InputReport> const& reports() const noexcept { return reports_; }
+    /** Of the inputs that have any. */
+    std::vector<Omissions> const& omissions() const noexcept { return omissions_; }
     /** The first error of an input; empty when there is none. */
     std::string firstError() const;
 
@@ -80,6 +83,7 @@ private:
     PathTable table_{peers_};
     NextHopNumbers& nextHops_;
     std::vector<InputReport> reports_;
+    std::vector<Omissions> omissions_;
 };
 
 }  // namespace LpmTools

@@ -32,7 +32,7 @@ NextHop readNextHop(std::string_view text) {
 RouteUpdates::RouteUpdates(std::string const& path, TableOptions const& options, MrtPeers& peers,
                            PathTable& table)
     : name_(inputName(path)), options_(options), table_(table) {
-    auto source = std::make_unique<PeekedSource>(openInput(path));
+    auto source = openUnpacked(path);
     if (looksLikeMrt(source->head())) {
         mrt_.emplace(std::move(source), name_, peers, options.strict);
     } else {
@@ -89,7 +89,10 @@ void RouteUpdates::takeLine(std::string_view text, RouteUpdate& update) {
     }
     if (!rest.empty()) {
         throw Vexo::RangeException(Vexo::quotedForMessage(rest) + " is left over behind " +
-                                   Vexo::quotedForMessage(word));
+                                   Vexo::quotedForMessage(word) +
+                                   (!isVerbose && word.find('/') != std::string_view::npos
+                                        ? "; with a next hop, the line begins with A"
+                                        : ""));
     }
     update.prefix = readPrefix(word);
     update.isWithdrawal = isWithdrawal;

@@ -1,8 +1,11 @@
 #include <tools/TableReader.h>
 
+#include <Vexo/CharRange.h>
 #include <Vexo/RangeException.h>
+#include <tools/InputKind.h>
 #include <tools/LineReader.h>
 
+#include <algorithm>
 #include <string_view>
 #include <unordered_set>
 
@@ -10,12 +13,30 @@ namespace LpmTools {
 
 namespace {
 
+/** "A 10.0.0.0/8", "W 10.0.0.0/8" */
+bool isUpdate(std::string_view text) noexcept {
+    return text.size() > 1 && (text[0] == 'A' || text[0] == 'W') &&
+           lineBlanks.find(text[1]) != std::string_view::npos;
+}
+
+/** Not so a hole in a file, whose zeros could be an empty record. */
+bool isMrt(std::span<char const> head) noexcept {
+    return looksLikeMrt(head) && std::ranges::count(head, '\0') < std::ssize(head);
+}
+
 class TableBuilder {
 public:
     explicit TableBuilder(TableOptions const& options) : options_(options) {}
 
     void add(std::string const& path) {
-        LineReader reader(openInput(path));
+        auto source = openUnpacked(path);
+        if (isMrt(source->head())) {
+            throw InputError(inputName(path) +
+                             ": is MRT, which the commands plan, diff and lookup read");
+        }
+        LineReader reader(std::move(source));
+        omissions_ = {};
+        omissions_.input = inputName(path);
         while (reader.next()) {
             ++table_.lines;
             try {
@@ -24,6 +45,9 @@ public:
                 addBadLine(inputName(path) + ":" + std::to_string(reader.number()) + ": " +
                            error.what());
             }
+        }
+        if (omissions_.any()) {
+            table_.omissions.push_back(omissions_);
         }
     }
     Table take() { return std::move(table_); }
@@ -37,11 +61,18 @@ private:
     }
 
     void addPrefix(std::string_view text) {
+        if (isUpdate(text)) {
+            throw Vexo::RangeException(Vexo::quotedForMessage(text) +
+                                       " is an update: plan reads them, behind --updates");
+        }
         bool cleared = false;
         auto const prefix = options_.strict
                                 ? Nimbal::IpGenPrefix::fromString(text)
                                 : Nimbal::IpGenPrefix::fromStringClearingHostBits(text, &cleared);
-        table_.hostBitsCleared += cleared ? U64{1} : U64{0};
+        if (cleared) {
+            ++table_.hostBitsCleared;
+            ++omissions_.hostBitsCleared;
+        }
         if (!seen_.insert(prefix).second) {
             ++table_.duplicates;
         } else if (prefix.af() == Nimbal::AddressFamily::ipv6) {
@@ -55,6 +86,9 @@ private:
         if (!options_.keepGoing) {
             throw BadLine(message);
         }
+        if (omissions_.badLines++ == 0) {
+            omissions_.firstBadLine = message;
+        }
         if (table_.badLines++ == 0) {
             table_.firstBadLine = std::move(message);
         }
@@ -62,6 +96,7 @@ private:
 
     TableOptions const options_;
     Table table_;
+    Omissions omissions_;  // of the input in hand
     std::unordered_set<Nimbal::IpGenPrefix> seen_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <Nimbal/IpGenPrefix.h>
 #include <tools/ByteSource.h>
+#include <tools/Omissions.h>
 
 #include <optional>
 #include <string>
@@ -27,7 +28,8 @@ struct Table {
     U64 hostBitsCleared = 0;  // prefixes with bits set past their length
     U64 badLines = 0;         // skipped
     std::string firstBadLine;
-    std::optional<U64> seed;  // of a table that was generated, not read
+    std::vector<Omissions> omissions;  // the same by input, of those that have any
+    std::optional<U64> seed;           // of a table that was generated, not read
 
     bool operator==(Table const&) const = default;
 };
@@ -40,7 +42,8 @@ public:
 
 /**
  * Reads text tables: one prefix a line, blanks around it; blank lines and those that begin with '#'
- * are skipped, as is what follows a '#'. Families may be mixed. Throws InputError and BadLine.
+ * are skipped, as is what follows a '#'. Families may be mixed. Throws InputError, also for MRT,
+ * and BadLine.
  */
 Table readTables(std::vector<std::string> const& paths, TableOptions const& options);
 

@@ -127,6 +127,21 @@ TEST_F(ByteSourceTest, otherBytesBehindAStreamAreDamage) {
     EXPECT_EQ(errorOfBytes(bzip2ed(text_) + gzipped(text_)), name + ": damaged bzip2 data");
 }
 
+// As copies from tapes and disks have them; longer than a block, too.
+TEST_F(ByteSourceTest, zerosBehindAGzipStreamAreNothing) {
+    for (std::size_t const zeros : {1U, 2U, 512U, 65'536U, 200'000U}) {
+        std::string const padding(zeros, '\0');
+        EXPECT_EQ(read(gzipped(text_) + padding), text_);
+        EXPECT_EQ(read(gzipped(text_) + gzipped(text_) + padding), text_ + text_);
+        for (std::string const& more : {std::string("x"), gzipped(text_)}) {
+            EXPECT_EQ(errorOfBytes(gzipped(text_) + padding + more),
+                      files_.path("table.txt") + ": damaged gzip data");
+        }
+        EXPECT_EQ(readOrRefuse(bzip2ed(text_) + padding), std::nullopt);
+    }
+    EXPECT_EQ(read(std::string(9, '\0')), std::string(9, '\0'));
+}
+
 // Each byte is a message of its own, so that no read ever gets more than one.
 TEST_F(ByteSourceTest, standardInputMayComeByteByByte) {
     for (std::string const& bytes : {text_, gzipped(text_), bzip2ed(text_), std::string("1")}) {

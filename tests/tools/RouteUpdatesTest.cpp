@@ -86,6 +86,16 @@ TEST_F(RouteUpdatesTest, badLineEndsTheReadingOrIsCounted) {
     EXPECT_THAT(text_.firstBadLine, HasSubstr(at(2)));
 }
 
+TEST_F(RouteUpdatesTest, nextHopWithoutAnAIsToldHowToWrite) {
+    EXPECT_THAT(read("10.0.0.0/8 192.0.2.1\n"),
+                ElementsAre(at(1) + "'192.0.2.1' is left over behind '10.0.0.0/8'; with a next "
+                                    "hop, the line begins with A"));
+    EXPECT_THAT(read("W 10.0.0.0/8 192.0.2.1\n"),
+                ElementsAre(at(1) + "'192.0.2.1' is left over behind '10.0.0.0/8'"));
+    EXPECT_THAT(read("B 10.0.0.0/8\n"),
+                ElementsAre(at(1) + "'10.0.0.0/8' is left over behind 'B'"));
+}
+
 TEST_F(RouteUpdatesTest, hostBitsAreClearedAndCountedOrRefused) {
     EXPECT_THAT(read("A 10.1.0.0/8\n"), ElementsAre("A 10.0.0.0/8 added"));
     EXPECT_EQ(text_.hostBitsCleared, 1U);
