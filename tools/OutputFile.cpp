@@ -1,5 +1,7 @@
 #include <tools/OutputFile.h>
 
+#include <tools/TemporaryFile.h>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,10 +25,23 @@ mode_t modeOfNewFile() {
 
 }  // namespace
 
+std::optional<int> standardStream(std::string_view path) {
+    if (path == "/dev/stdout") {
+        return STDOUT_FILENO;
+    }
+    if (path == "/dev/stderr") {
+        return STDERR_FILENO;
+    }
+    return std::nullopt;
+}
+
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     struct stat there {};
     bool const isThere = ::stat(path_.c_str(), &there) == 0;
-    if (isThere && !S_ISREG(there.st_mode)) {
+    if (auto const stream = standardStream(path_)) {
+        // Opened anew, it would begin at the start of a file that it has been led to.
+        file_ = ::fcntl(*stream, F_DUPFD_CLOEXEC, 0);
+    } else if (isThere && !S_ISREG(there.st_mode)) {
         file_ = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
     } else if (isThere && ::access(path_.c_str(), W_OK) != 0) {
         fail();
@@ -35,7 +50,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
         std::string const real = std::filesystem::canonical(path_, error).string();
         target_ = error ? path_ : real;
         temporary_ = target_ + ".XXXXXX";
-        file_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
+        file_ = makeTemporary(temporary_);
     }
     if (file_ < 0) {
         temporary_.clear();
@@ -52,6 +67,7 @@ OutputFile::~OutputFile() {
     }
     if (!temporary_.empty()) {
         ::unlink(temporary_.c_str());
+        forgetTemporary(temporary_);
     }
 }
 
@@ -75,6 +91,7 @@ void OutputFile::write(std::string_view text) {
         if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
             fail();
         }
+        forgetTemporary(temporary_);
         temporary_.clear();
     }
 }

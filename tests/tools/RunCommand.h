@@ -67,8 +67,9 @@ public:
         // Whatever this process does with signals, the child begins as from a shell.
         sigset_t signals;
         ::sigemptyset(&signals);
-        ::sigaddset(&signals, SIGPIPE);
-        ::sigaddset(&signals, SIGXFSZ);
+        for (int const signal : {SIGPIPE, SIGXFSZ, SIGHUP, SIGINT, SIGTERM}) {
+            ::sigaddset(&signals, signal);
+        }
         ::posix_spawnattr_setsigdefault(&attributes_, &signals);
         ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF);
     }
