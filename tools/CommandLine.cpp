@@ -1,5 +1,6 @@
 #include <tools/CommandLine.h>
 
+#include <tools/NamedFiles.h>
 #include <tools/RouteGenerator.h>
 #include <tools/Xoshiro.h>
 
@@ -15,7 +16,7 @@ CLI::Option* addSeedOption(CLI::App& app, Source& source) {
 }
 
 void addBucketOption(CLI::App& app, Source& source) {
-    addNumber(app, "--bucket", source.bucket, "Most routes of a partition", U32{1});
+    addNumber(app, "--bucket", source.bucket, "Most routes of a bucket", U32{1});
 }
 
 void addReadingOptions(CLI::App& app, Source& source) {
@@ -33,9 +34,9 @@ CLI::Option* addBuiltinOptions(CLI::App& app, Source& source) {
 }
 
 void addSourceOptions(CLI::App& app, Source& source) {
-    app.add_option("file", source.files,
-                   "Tables, one prefix a line; gzip and bzip2 are recognised by content; - or no "
-                   "file: standard input");
+    addText(app, "file", source.files,
+            "Tables, one prefix a line; gzip and bzip2 are recognised by content; - or no "
+            "file: standard input");
     addBucketOption(app, source);
     addReadingOptions(app, source);
     auto* const builtin = addBuiltinOptions(app, source);
@@ -74,6 +75,7 @@ Table read(Source const& source) {
         checkBuiltinAlone(!source.files.empty());
         return generate(source);
     }
+    checkStandardInput(source.files);
     return readTables(source.files.empty() ? std::vector<std::string>{"-"} : source.files,
                       source.table);
 }

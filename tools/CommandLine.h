@@ -58,6 +58,15 @@ CLI::Option* addNumber(CLI::App& app, char const* name, Number& number, char con
     return app.add_option(name, number, help)->check(check)->capture_default_str();
 }
 
+/** An option or argument of one text or of several, none of which may be empty. */
+template <class Texts>
+CLI::Option* addText(CLI::App& app, char const* name, Texts& texts, std::string const& help) {
+    auto const check = [](std::string const& text) {
+        return text.empty() ? std::string("it must not be empty") : std::string();
+    };
+    return app.add_option(name, texts, help)->check(check);
+}
+
 /** --ipv4 and --ipv6. */
 std::array<CLI::Option*, 2> addSizeOptions(CLI::App& app, Source& source);
 CLI::Option* addSeedOption(CLI::App& app, Source& source);

@@ -11,6 +11,9 @@ namespace LpmTools {
 
 namespace {
 
+using LpmTrie::Node;
+using Nimbal::IpGenPrefix;
+
 struct DumpOptions {
     Source source;
     U32 limit = 200000;
@@ -19,25 +22,33 @@ struct DumpOptions {
 
 using Dump = std::function<void(LpmTrie::Trie&, U32)>;
 
-void dumpFamily(Nimbal::AddressFamily af, std::vector<Nimbal::IpGenPrefix> const& prefixes,
-                Source const& source, Dump const& dump) {
-    PartitionedTable table(af, source.bucket);
-    for (Nimbal::IpGenPrefix const& prefix : prefixes) {
+void fill(PartitionedTable& table, std::vector<IpGenPrefix> const& prefixes) {
+    for (IpGenPrefix const& prefix : prefixes) {
         table.insert(prefix);
     }
+}
+
+void draw(PartitionedTable& table, Dump const& dump) {
     // A dump takes no notice of errors: the rest of a large one would still take its time.
     writeThrough(
         STDOUT_FILENO, [&](int socket) { dump(table.trie(), static_cast<U32>(socket)); },
         [](OutputError const& error) { std::_Exit(fail(error.what(), statusFailed)); });
 }
 
+Table readTelling(Source const& source) {
+    Table table = read(source);
+    tell(table.omissions);
+    return table;
+}
+
 int dumpTables(Source const& source, Dump const& dump) {
-    Table const table = read(source);
-    if (!table.ipv4.empty()) {
-        dumpFamily(Nimbal::AddressFamily::ipv4, table.ipv4, source, dump);
-    }
-    if (!table.ipv6.empty()) {
-        dumpFamily(Nimbal::AddressFamily::ipv6, table.ipv6, source, dump);
+    Table const table = readTelling(source);
+    for (auto const* prefixes : {&table.ipv4, &table.ipv6}) {
+        if (!prefixes->empty()) {
+            PartitionedTable partitioned(prefixes->front().af(), source.bucket);
+            fill(partitioned, *prefixes);
+            draw(partitioned, dump);
+        }
     }
     return statusDone;
 }
@@ -54,12 +65,46 @@ int dumpPartitions(DumpOptions const& options) {
                       [](LpmTrie::Trie& trie, U32 socket) { trie.dumpPartition(socket); });
 }
 
+/** The node above all others at and under a prefix; null when there is none. */
+Node* topUnder(LpmTrie::Trie const& trie, IpGenPrefix const& prefix) {
+    Node* node = trie.root();
+    while (node != nullptr && node->prefixRef()->prefix().overlaps(prefix)) {
+        if (node->len() >= prefix.len()) {
+            return node;
+        }
+        node = node->bitNode(prefix.bit(node->len()));
+    }
+    return nullptr;
+}
+
+/**
+ * Begins as the library's own drawing of a prefix, which is for the neighbourhood of a node: it
+ * goes on to nodes beside the prefix, and may leave out some under it.
+ */
+void drawUnder(LpmTrie::Trie& trie, U32 socket, IpGenPrefix const& prefix, Node* top) {
+    constexpr char const* rule = " ------------------------------ \n";
+    writeAll(static_cast<int>(socket), "\n" + std::string(rule) + " Dumping Trie 0 Prefix " +
+                                           prefix.stringValue() + "\n" + rule);
+    LpmTrie::TrieTraversalReturnCode step(top, 0, 0);
+    while (step.node() != nullptr && step.node()->prefixRef()->prefix().overlaps(prefix)) {
+        step.node()->dump(step.bit, step.level, socket);
+        step = trie.preorderNextNode(nullptr, step.node(), step.level, false, false);
+    }
+}
+
 int dumpPrefix(DumpOptions const& options) {
-    auto const prefix = Nimbal::IpGenPrefix::fromString(options.prefix);
-    Table const table = read(options.source);
+    auto const prefix = IpGenPrefix::fromString(options.prefix);
+    Table const table = readTelling(options.source);
     auto const& prefixes = prefix.af() == Nimbal::AddressFamily::ipv6 ? table.ipv6 : table.ipv4;
-    dumpFamily(prefix.af(), prefixes, options.source,
-               [&](LpmTrie::Trie& trie, U32 socket) { trie.dumpPrefix(socket, prefix); });
+    PartitionedTable partitioned(prefix.af(), options.source.bucket);
+    fill(partitioned, prefixes);
+    // A family without routes has a default partition, which would be drawn.
+    Node* const top = prefixes.empty() ? nullptr : topUnder(partitioned.trie(), prefix);
+    if (top == nullptr) {
+        return fail("nothing at or under " + prefix.stringValue(), statusFailed);
+    }
+    draw(partitioned,
+         [&](LpmTrie::Trie& trie, U32 socket) { drawUnder(trie, socket, prefix, top); });
     return statusDone;
 }
 
@@ -76,8 +121,9 @@ void addDumpCommands(CLI::App& app, Work& work) {
     addSourceOptions(*partitions, options->source);
     partitions->callback(
         [&work, options] { work = [options] { return dumpPartitions(*options); }; });
-    auto* const prefix = app.add_subcommand("dump-prefix", "Draws what lies under one prefix");
-    prefix->add_option("prefix", options->prefix, "The prefix")->required();
+    auto* const prefix =
+        app.add_subcommand("dump-prefix", "Draws what lies at and under one prefix");
+    addText(*prefix, "prefix", options->prefix, "The prefix")->required();
     addSourceOptions(*prefix, options->source);
     prefix->callback([&work, options] { work = [options] { return dumpPrefix(*options); }; });
 }

@@ -94,33 +94,75 @@ TEST(CommandDumpTest, partitionNodesKeepTheirPlacesInTheDrawing) {
                                 "| | | |-bit1 [Partition,Fib,10.1.0.0/16,1,1,0x1,hw:1]\n");
 }
 
-// The second step has the start node for its bound, and ends at that node's child.
-TEST(CommandDumpTest, subtreeEndsWhereItsFirstBranchDoes) {
+TEST(CommandDumpTest, prefixIsDrawnWithAllBranchesUnderIt) {
     EXPECT_EQ(dumpOfPrefix("10.0.0.0/15"), prefixBanner("10.0.0.0/15") +
                                                "bit0 [Int,10.0.0.0/15,2,1,nil,hw:1]\n"
-                                               "|-bit0 [Fib,10.0.0.0/16,1,1,0x0,hw:1]\n");
+                                               "|-bit0 [Fib,10.0.0.0/16,1,1,0x0,hw:1]\n"
+                                               "|-bit1 [Partition,Fib,10.1.0.0/16,1,1,0x1,hw:1]\n");
 }
 
-// The first step has the root for its bound, and leaves the start node; no level is below 0.
-TEST(CommandDumpTest, startNodeWithoutChildrenIsFollowedByItsNeighbours) {
-    EXPECT_EQ(dumpOfPrefix("10.0.0.0/16"), prefixBanner("10.0.0.0/16") +
-                                               "bit0 [Fib,10.0.0.0/16,1,1,0x0,hw:1]\n"
-                                               "bit1 [Partition,Fib,10.1.0.0/16,1,1,0x1,hw:1]\n"
-                                               "bit1 [Fib,10.2.0.0/16,1,1,0x0,hw:1]\n");
-    EXPECT_EQ(dumpOfPrefix("10.2.0.0/16"),
-              prefixBanner("10.2.0.0/16") + "bit0 [Fib,10.2.0.0/16,1,1,0x0,hw:1]\n");
+// The drawing begins with the node above all that lies there.
+TEST(CommandDumpTest, prefixWithoutANodeIsDrawnAsWhatLiesUnderIt) {
+    std::string const all = "bit0 [Int,10.0.0.0/14,3,2,nil,hw:1]\n"
+                            "|-bit0 [Int,10.0.0.0/15,2,1,nil,hw:1]\n"
+                            "| |-bit0 [Fib,10.0.0.0/16,1,1,0x0,hw:1]\n"
+                            "| |-bit1 [Partition,Fib,10.1.0.0/16,1,1,0x1,hw:1]\n"
+                            "|-bit1 [Fib,10.2.0.0/16,1,1,0x0,hw:1]\n";
+    EXPECT_EQ(dumpOfPrefix("8.0.0.0/6"), prefixBanner("8.0.0.0/6") + all);
+    EXPECT_EQ(dumpOfPrefix("10.0.0.0/14"), prefixBanner("10.0.0.0/14") + all);
 }
 
-TEST(CommandDumpTest, prefixWithoutANodeShowsTheDeepestOneAround) {
-    EXPECT_EQ(dumpOfPrefix("10.2.3.0/24"),
-              prefixBanner("10.2.3.0/24") + "bit0 [Fib,10.2.0.0/16,1,1,0x0,hw:1]\n");
+TEST(CommandDumpTest, neighboursOfAPrefixAreNotDrawn) {
+    for (char const* const prefix : {"10.0.0.0/16", "10.2.0.0/16", "10.2.0.0/15"}) {
+        std::string const node = std::string(prefix).substr(0, 7) + "0/16";
+        EXPECT_EQ(dumpOfPrefix(prefix),
+                  prefixBanner(prefix) + "bit0 [Fib," + node + ",1,1,0x0,hw:1]\n");
+    }
 }
 
-TEST(CommandDumpTest, prefixOfAnAbsentFamilyShowsTheDefaultPartition) {
-    EXPECT_EQ(dumpOf({"dump-prefix", "2001:db8::/32"}, table),
-              prefixBanner("2001:db8::/32") + "bit0 [Partition,::/0,0,0,0x0,hw:1]\n");
-    EXPECT_EQ(dumpOf({"dump-prefix", "0.0.0.0/0"}, ""),
-              prefixBanner("0.0.0.0/0") + "bit0 [Partition,0.0.0.0/0,0,0,0x0,hw:1]\n");
+TEST(CommandDumpTest, nothingAtOrUnderAPrefixIsToldAndNothingIsDrawn) {
+    auto const failureOf = [](char const* prefix, std::string_view in) {
+        Ended const ended = run({"dump-prefix", prefix, "--bucket=2"}, {.in = in});
+        EXPECT_EQ(ended.status, 1);
+        EXPECT_EQ(ended.out, "");
+        return ended.err;
+    };
+    for (char const* const prefix :
+         {"12.0.0.0/8", "10.2.3.0/24", "10.3.0.0/16", "128.0.0.0/1", "2001::/16", "::/0"}) {
+        EXPECT_EQ(failureOf(prefix, table),
+                  std::string("lpmtrie: nothing at or under ") + prefix + "\n");
+    }
+    EXPECT_EQ(failureOf("0.0.0.0/0", ""), "lpmtrie: nothing at or under 0.0.0.0/0\n");
+}
+
+// The default partition is there, though no route leads to it.
+TEST(CommandDumpTest, shortestPrefixIsDrawnAsTheWholeFamily) {
+    EXPECT_EQ(dumpOf({"dump-prefix", "0.0.0.0/0"}, "10.0.0.0/8\n::/0\n"),
+              prefixBanner("0.0.0.0/0") + "bit0 [Partition,0.0.0.0/0,1,1,0x0,hw:1]\n"
+                                          "|-bit0 [Fib,10.0.0.0/8,1,1,0x0,hw:1]\n");
+}
+
+TEST(CommandDumpTest, whatWasNotTakenAsItStandsIsTold) {
+    TemporaryDirectory const files;
+    std::string const first = files.write("first", "x\n10.0.0.1/8\n10.0.0.0/8\ny\n");
+    std::string const second = files.write("second", "10.0.0.2/8\n10.0.0.3/8\n");
+    for (auto const& command : std::vector<std::vector<std::string>>{
+             {"dump"}, {"dump-partition"}, {"dump-prefix", "0.0.0.0/0"}}) {
+        auto arguments = command;
+        arguments.insert(arguments.end(), {"--keep-going", first, second, "-"});
+        Ended const ended = run(arguments, {.in = "z\n"});
+        EXPECT_EQ(ended.status, 0);
+        EXPECT_THAT(ended.out, testing::HasSubstr(" [Partition,0.0.0.0/0,1,1,"));
+        EXPECT_EQ(ended.err,
+                  "lpmtrie: " + first +
+                      ": host bits cleared in 1 prefix; 2 bad lines skipped, the first: " + first +
+                      ":1: 'x': a part of the IPv4 address is missing before 'x'\n"
+                      "lpmtrie: " +
+                      second +
+                      ": host bits cleared in 2 prefixes\n"
+                      "lpmtrie: standard input: 1 bad line skipped, the first: standard "
+                      "input:1: 'z': a part of the IPv4 address is missing before 'z'\n");
+    }
 }
 
 TEST(CommandDumpTest, prefixIsFollowedByFiles) {
