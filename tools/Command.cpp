@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <span>
 #include <sstream>
 #include <string_view>
 
@@ -39,6 +40,7 @@ public:
     Command& operator=(Command const&) = delete;
 
     int run(int argumentCount, char const* const* arguments) {
+        refuseEmptyOptions({arguments, static_cast<std::size_t>(argumentCount)});
         try {
             app_.parse(argumentCount, arguments);
         } catch (CLI::Success const& asked) {
@@ -47,7 +49,7 @@ public:
             writeAll(STDOUT_FILENO, answer.str());
             return statusDone;
         } catch (CLI::ParseError const& error) {
-            throw std::invalid_argument(whyMisused(error) + " (see lpmtrie --help)");
+            throw std::invalid_argument(whyMisused(error) + " (see " + helpCall() + ")");
         }
         return work_();
     }
@@ -57,6 +59,25 @@ private:
         // Of a word that is no command, the option parser only tells that a command is missing.
         auto const unknown = app_.remaining();
         return unknown.empty() ? error.what() : CLI::ExtrasError({unknown.front()}).what();
+    }
+
+    /** Of "--html=", the option parser takes the next argument for the file. */
+    static void refuseEmptyOptions(std::span<char const* const> arguments) {
+        for (std::string_view const argument : arguments) {
+            if (argument == "--") {
+                return;
+            }
+            if (argument.starts_with("--") && argument.find('=') == argument.size() - 1) {
+                throw std::invalid_argument(std::string(argument.substr(0, argument.size() - 1)) +
+                                            ": it must not be empty");
+            }
+        }
+    }
+
+    /** The call that tells the options of the command that is meant. */
+    std::string helpCall() const {
+        auto const commands = app_.get_subcommands();
+        return "lpmtrie " + (commands.empty() ? "" : commands.front()->get_name() + " ") + "--help";
     }
 
     CLI::App app_{"Divides IP routing tables over bounded hardware buckets", "lpmtrie"};

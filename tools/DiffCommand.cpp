@@ -5,6 +5,7 @@
  */
 
 #include <tools/CommandLine.h>
+#include <tools/NamedFiles.h>
 #include <tools/Output.h>
 #include <tools/Plan.h>
 #include <tools/Texts.h>
@@ -38,6 +39,7 @@ std::vector<Route> readTable(DiffCall const& call, std::string const& path,
                              NextHopNumbers& nextHops) {
     RouteInputs inputs(call.source.table, nextHops);
     auto const routes = inputs.readTables({&path, 1});
+    tell(inputs.omissions());
     if (!inputs.firstError().empty()) {
         throw InputError(inputs.firstError());
     }
@@ -127,7 +129,9 @@ std::string listed(std::vector<Change> const& changes) {
 }
 
 int runDiff(DiffCall const& call) {
-    checkReadable(std::array{call.before, call.after});
+    std::array const tables{call.before, call.after};
+    checkStandardInput(tables);
+    checkReadable(tables);
     NextHopNumbers nextHops;
     auto const before = readTable(call, call.before, nextHops);
     auto const after = readTable(call, call.after, nextHops);
@@ -158,8 +162,8 @@ void addDiffCommand(CLI::App& app, Work& work) {
     auto const call = std::make_shared<DiffCall>();
     auto* const command = app.add_subcommand(
         "diff", "Compares two tables and tells what changing one into the other costs");
-    command->add_option("before", call->before, "A table, text or MRT")->required();
-    command->add_option("after", call->after, "Another one")->required();
+    addText(*command, "before", call->before, "A table, text or MRT")->required();
+    addText(*command, "after", call->after, "Another one")->required();
     addBucketOption(*command, call->source);
     addReadingOptions(*command, call->source);
     command->add_flag("--list", call->list,

@@ -1,5 +1,6 @@
 #include <tools/CommandLine.h>
 #include <tools/Lookup.h>
+#include <tools/NamedFiles.h>
 
 #include <memory>
 
@@ -29,10 +30,12 @@ std::vector<Route> readRoutes(LookupCall const& call, NextHopNumbers& nextHops) 
         checkBuiltinAlone(!call.tables.empty());
         return generateRoutes(call.source);
     }
+    checkStandardInput(call.tables);
     checkReadable(call.tables);
     RouteInputs inputs(call.source.table, nextHops);
     auto routes =
         inputs.readTables(call.tables.empty() ? std::vector<std::string>{"-"} : call.tables);
+    tell(inputs.omissions());
     if (!inputs.firstError().empty()) {
         throw InputError(inputs.firstError());
     }
@@ -61,9 +64,9 @@ void addLookupCommand(CLI::App& app, Work& work) {
     auto* const command = app.add_subcommand(
         "lookup",
         "Tells the longest match of addresses, their partitions and buckets, and the way");
-    command->add_option("address", call->addresses, "IPv4 or IPv6 addresses")->required();
-    command->add_option("--table", call->tables,
-                        "Tables, text or MRT; - or no table: standard input");
+    addText(*command, "address", call->addresses, "IPv4 or IPv6 addresses")->required();
+    addText(*command, "--table", call->tables,
+            "Tables, text or MRT; - or no table: standard input");
     addBucketOption(*command, call->source);
     addReadingOptions(*command, call->source);
     auto* const builtin = addBuiltinOptions(*command, call->source);

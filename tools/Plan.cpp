@@ -139,6 +139,7 @@ void Plan::finish(PlanReport& report) {
     report.policy =
         options_.policy.empty() ? std::string(LpmClient::policies().front().name) : options_.policy;
     report.start = start_;
+    report.seed = options_.seed;
     report.bucketRoutes = options_.bucketRoutes;
     report.bucketLimit = options_.buckets;
     report.bucketsUsed = chip_.bucketsUsed();

@@ -43,8 +43,8 @@ public:
     void endUpdates();
     /** The same for updates that are all there, with a check half-way. */
     void takeUpdates(std::vector<RouteEvent> const& events);
-    /** May be called again after more updates. Audits; fills all of `report` but the inputs and the
-     * generator's seed. */
+    /** May be called again after more updates. Audits; fills all of `report` but the inputs and
+     * whether the table is a generated one. */
     void finish(PlanReport& report);
 
     LpmClient::SimulatedChip const& chip() const noexcept { return chip_; }

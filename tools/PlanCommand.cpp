@@ -1,4 +1,5 @@
 #include <tools/CommandLine.h>
+#include <tools/NamedFiles.h>
 #include <tools/OutputFile.h>
 #include <tools/Plan.h>
 #include <tools/PlanDot.h>
@@ -26,17 +27,18 @@ struct PlanCall {
 };
 
 std::string policyHelp() {
-    std::string help = "How partitions are cut:";
-    for (LpmClient::PolicyDescription const& policy : LpmClient::policies()) {
-        help += (help.ends_with(':') ? " " : "; ") + std::string(policy.name) + ": " +
-                std::string(policy.text);
+    auto const& policies = LpmClient::policies();
+    std::string help =
+        "How partitions are cut, by default as " + std::string(policies.front().name);
+    for (LpmClient::PolicyDescription const& policy : policies) {
+        help += "; " + std::string(policy.name) + ": " + std::string(policy.text);
     }
     return help;
 }
 
 void addPlanningOptions(CLI::App& command, PlanCall& call) {
     addBucketOption(command, call.source);
-    command.add_option("--policy", call.plan.policy, policyHelp());
+    addText(command, "--policy", call.plan.policy, policyHelp());
     auto* const oneByOne = command.add_flag("--one-by-one", call.plan.oneByOne,
                                             "Take the table in route by route, in the order read");
     command
@@ -52,10 +54,10 @@ void addPlanningOptions(CLI::App& command, PlanCall& call) {
 }
 
 void addInputOptions(CLI::App& command, PlanCall& call) {
-    command.add_option("table", call.source.files,
-                       "Tables, text or MRT; gzip and bzip2 are recognised by content; - or no "
-                       "table and no updates: standard input");
-    command.add_option("--updates", call.updates, "Updates after the tables, text or MRT");
+    addText(command, "table", call.source.files,
+            "Tables, text or MRT; gzip and bzip2 are recognised by content; - or no "
+            "table and no updates: standard input");
+    addText(command, "--updates", call.updates, "Updates after the tables, text or MRT");
     addReadingOptions(command, call.source);
     auto* const builtin = addBuiltinOptions(command, call.source);
     addNumber(command, "--replacements", call.replacements,
@@ -70,13 +72,28 @@ void addOutputOptions(CLI::App& command, PlanCall& call) {
     auto* const json = command.add_flag("--json", call.json, "Report as one JSON document");
     command.add_flag("--csv", call.csv, "Report the time line as comma-separated values")
         ->excludes(json);
-    command.add_option("--html", call.html, "Write the report as a page to this file, too");
+    addText(command, "--html", call.html, "Write the report as a page to this file, too");
     auto* const dot =
-        command.add_option("--dot", call.dot, "Write the partitions as Graphviz to this file");
-    command
-        .add_option("--dot-prefix", call.dotPrefix,
-                    "Let --dot write the nodes around this prefix instead")
+        addText(command, "--dot", call.dot, "Write the partitions as Graphviz to this file");
+    addText(command, "--dot-prefix", call.dotPrefix,
+            "Let --dot write the nodes around this prefix instead")
         ->needs(dot);
+}
+
+/** What is to be read as tables. */
+std::vector<std::string> tablesOf(PlanCall const& call) {
+    bool const isStandardInput = call.source.files.empty() && call.updates.empty();
+    return isStandardInput && !call.source.builtin ? std::vector<std::string>{"-"}
+                                                   : call.source.files;
+}
+
+/** No input is read twice or written over, no output written twice. */
+void checkNames(PlanCall const& call) {
+    auto inputs = tablesOf(call);
+    inputs.insert(inputs.end(), call.updates.begin(), call.updates.end());
+    checkStandardInput(inputs);
+    checkOutputs(inputs,
+                 std::array{NamedOutput{"--html", call.html}, NamedOutput{"--dot", call.dot}});
 }
 
 /** The file, opened before the work begins; none where none is asked for. */
@@ -86,7 +103,7 @@ std::unique_ptr<OutputFile> openOutput(std::string const& path) {
 
 void takeBuiltin(PlanCall const& call, Plan& plan, PlanReport& report) {
     checkBuiltinAlone(!call.source.files.empty() || !call.updates.empty());
-    report.seed = call.source.seed;
+    report.isGenerated = true;
     auto routes = generateRoutes(call.source);
     plan.takeTable(routes);
     plan.takeUpdates(randomReplacements(std::move(routes), call.replacements, call.source.seed));
@@ -95,10 +112,7 @@ void takeBuiltin(PlanCall const& call, Plan& plan, PlanReport& report) {
 void takeInputs(PlanCall const& call, Plan& plan, PlanReport& report) {
     NextHopNumbers nextHops;
     RouteInputs inputs(call.source.table, nextHops);
-    std::vector<std::string> tables = call.source.files;
-    if (tables.empty() && call.updates.empty()) {
-        tables = {"-"};
-    }
+    auto const tables = tablesOf(call);
     checkReadable(tables);
     checkReadable(call.updates);
     plan.takeTable(inputs.readTables(tables));
@@ -106,6 +120,9 @@ void takeInputs(PlanCall const& call, Plan& plan, PlanReport& report) {
     inputs.readUpdates(call.updates, [&](RouteEvent const& event) { plan.takeUpdate(event); });
     plan.endUpdates();
     report.inputs = inputs.reports();
+    if (call.csv) {
+        tell(inputs.omissions());  // the other reports have a place for them
+    }
 }
 
 std::string dotOf(Plan& plan, std::optional<Nimbal::IpGenPrefix> const& prefix) {
@@ -133,6 +150,7 @@ int runPlan(PlanCall& call) {
     if (!call.dotPrefix.empty()) {
         prefix = Nimbal::IpGenPrefix::fromString(call.dotPrefix);
     }
+    checkNames(call);
     auto const html = openOutput(call.html);
     auto const dot = openOutput(call.dot);
     Plan plan(call.plan);

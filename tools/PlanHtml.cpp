@@ -103,9 +103,8 @@ std::string settingsPart(PlanReport const& report) {
                                 {"Start", report.start, "how the tables were taken in"},
                                 {"Routes a bucket", groupedNumber(report.bucketRoutes), "at most"},
                                 {"Buckets of the chip", groupedNumber(report.bucketLimit), ""}};
-    if (report.seed) {
-        tiles.push_back({"Seed", std::to_string(*report.seed), "of the generated table"});
-    }
+    tiles.push_back({"Seed", std::to_string(report.seed),
+                     report.isGenerated ? "of the generated table" : "of the addresses looked up"});
     return "<section>\n<h2>Settings</h2>\n" + htmlTiles("tiles small five", tiles) + "</section>\n";
 }
 

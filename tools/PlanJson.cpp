@@ -108,7 +108,7 @@ std::string planJson(PlanReport const& report) {
                   {"bucketsFree", freeBuckets(report)},
                   {"policy", report.policy},
                   {"start", report.start},
-                  {"seed", orNull(report.seed)},
+                  {"seed", report.seed},
                   {"inputs", Json::array()},
                   {"families", Json::array()}};
     for (InputReport const& input : report.inputs) {

@@ -84,8 +84,9 @@ struct PlanReport {
     std::string start;  // "download" or "one by one": how the tables were taken in
     U32 bucketRoutes = 0;
     U32 bucketLimit = 0;
-    U32 bucketsUsed = 0;      // of all families
-    std::optional<U64> seed;  // of a generated table
+    U32 bucketsUsed = 0;  // of all families
+    U64 seed = 1;         // of all that was drawn at random: addresses, and a generated table
+    bool isGenerated = false;
     std::vector<FamilyPlan> families;
 };
 

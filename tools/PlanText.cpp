@@ -120,10 +120,9 @@ std::string planText(PlanReport const& report) {
     for (InputReport const& input : report.inputs) {
         text += inputText(input);
     }
-    if (report.seed) {
-        text += "generated from the seed " + std::to_string(*report.seed) + "\n";
-    }
-    return text;
+    return text +
+           (report.isGenerated ? "generated from the seed " : "addresses drawn from the seed ") +
+           std::to_string(report.seed) + "\n";
 }
 
 }  // namespace LpmTools

@@ -93,11 +93,34 @@ TEST_F(CommandDiffTest, orderOfTheRecordsIsNoDifference) {
     EXPECT_THAT(changed.out, StartsWith("~ 10.0.0.0/8\n"));
 }
 
+TEST_F(CommandDiffTest, tablesAreNotCalledEqualInSilenceWhenLinesWereSkipped) {
+    Ended const ended = diff("10.0.0.0/8\nx\n", "10.1.0.0/8\ny\nz\n", {"--keep-going"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, EndsWith("\nequal\n"));
+    EXPECT_EQ(ended.err, "lpmtrie: " + files_.path("before") +
+                             ": 1 bad line skipped, the first: " + files_.path("before") +
+                             ":2: 'x': a part of the IPv4 address is missing before 'x'\n"
+                             "lpmtrie: " +
+                             files_.path("after") +
+                             ": host bits cleared in 1 prefix; 2 bad lines skipped, the first: " +
+                             files_.path("after") +
+                             ":2: 'y': a part of the IPv4 address is missing before 'y'\n");
+}
+
+TEST_F(CommandDiffTest, hostBitsClearedInMrtAreTold) {
+    std::string const mrt =
+        updateRecord("", origin() + nextHop("192.0.2.1"), u8(8) + "\x0a" + u8(7) + "\x0b");
+    Ended const ended = diff(mrt, "10.0.0.0/7\n10.0.0.0/8\n");
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.err, "lpmtrie: " + files_.path("before") + ": host bits cleared in 1 prefix\n");
+}
+
 TEST_F(CommandDiffTest, whatCannotBeComparedIsNoDifference) {
     for (auto const& arguments : std::vector<std::vector<std::string>>{
              {"diff"},
              {"diff", "one"},
              {"diff", "one", files_.path("no")},
+             {"diff", "-", "-"},
              {"diff", files_.write("bad", "x\n"), files_.path("bad")}}) {
         Ended const ended = run(arguments);
         EXPECT_EQ(ended.status, 2);

@@ -65,6 +65,16 @@ TEST_F(CommandLookupTest, jsonTellsTheSame) {
                  "Partition,Fib,10.1.0.0/16,1,1,0x0,hw:1"]}])"));
 }
 
+TEST_F(CommandLookupTest, linesSkippedAreToldBesideTheJson) {
+    Ended const ended =
+        run({"lookup", "10.0.0.1", "--keep-going", "--json"}, {.in = "10.0.0.1/8\n10.0.0.0/33\n"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(Json::parse(ended.out).at(0).at("longestMatch").at("prefix"), "10.0.0.0/8");
+    EXPECT_EQ(ended.err,
+              "lpmtrie: standard input: host bits cleared in 1 prefix; 1 bad line skipped, the "
+              "first: standard input:2: '10.0.0.0/33': the prefix length is over 32\n");
+}
+
 TEST_F(CommandLookupTest, familyWithoutRoutesHasNoAnswer) {
     Ended const ended = run({"lookup", "::1"}, {.in = "10.0.0.0/8\n"});
     EXPECT_EQ(ended.status, 0);
@@ -73,7 +83,7 @@ TEST_F(CommandLookupTest, familyWithoutRoutesHasNoAnswer) {
 }
 
 TEST_F(CommandLookupTest, misuseIsRefused) {
-    EXPECT_EQ(run({"lookup"}).err, "lpmtrie: address is required (see lpmtrie --help)\n");
+    EXPECT_EQ(run({"lookup"}).err, "lpmtrie: address is required (see lpmtrie lookup --help)\n");
     Ended const noAddress = run({"lookup", "10.0.0", "--table", table_});
     EXPECT_EQ(noAddress.status, 2);
     EXPECT_THAT(noAddress.err, StartsWith("lpmtrie: '10.0.0': "));

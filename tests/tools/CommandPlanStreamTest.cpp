@@ -11,7 +11,9 @@ namespace ToolsTest {
 namespace {
 
 using Json = nlohmann::json;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 class CommandPlanStreamTest : public testing::Test {
 protected:
@@ -35,6 +37,27 @@ TEST_F(CommandPlanStreamTest, timeLineOfALongStreamIsThinned) {
     // Nothing is asked before there is a family, then after 1,000, when no route lives, and in the
     // end.
     EXPECT_EQ(ipv4.at("answers").at("addresses"), 2 * 7);
+}
+
+// The other reports have a place for them.
+TEST_F(CommandPlanStreamTest, linesSkippedAreToldBesideTheTimeLine) {
+    Ended const ended =
+        run({"plan", "--updates", "-", "--keep-going", "--csv"}, {.in = "x\n10.0.0.0/8\n"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("ipv4,1,1,1,"));
+    EXPECT_THAT(ended.err,
+                StartsWith("lpmtrie: standard input: 1 bad line skipped, the first: standard "
+                           "input:1: 'x': "));
+    EXPECT_EQ(run({"plan", "--keep-going"}, {.in = "x\n10.0.0.0/8\n"}).err, "");
+}
+
+TEST_F(CommandPlanStreamTest, seedOfTheAddressesIsTold) {
+    std::string const table = files_.write("table", "10.0.0.0/8\n");
+    EXPECT_EQ(jsonOf({"plan", table, "--seed=5"}).at("seed"), 5);
+    EXPECT_THAT(outputOf({"plan", table, "--seed=5"}),
+                EndsWith("\naddresses drawn from the seed 5\n"));
+    EXPECT_THAT(outputOf({"plan", "--builtin", "--ipv4=9", "--ipv6=0", "--seed=5"}),
+                EndsWith("\ngenerated from the seed 5\n"));
 }
 
 TEST_F(CommandPlanStreamTest, flappingTakesNoMemory) {

@@ -76,7 +76,7 @@ TEST_F(CommandPlanTest, summaryTellsWhatTheTableAndTheUpdatesCost) {
                               "cleared\n" +
                               updates_ +
                               ": text, 3 lines, 2 announcements, 1 withdrawals, 0 with host bits "
-                              "cleared\n"));
+                              "cleared\naddresses drawn from the seed 1\n"));
 }
 
 TEST_F(CommandPlanTest, timeLineHasASampleAfterTheTableAndAtEveryStep) {
@@ -108,7 +108,7 @@ TEST_F(CommandPlanTest, jsonHoldsEverything) {
     Json const report = planJsonOf({table_, "--updates", updates_, "--bucket=2", "--check=10"});
     EXPECT_EQ(report.at("policy"), "window");
     EXPECT_EQ(report.at("start"), "download");
-    EXPECT_EQ(report.at("seed"), nullptr);
+    EXPECT_EQ(report.at("seed"), 1);
     EXPECT_EQ(report.at("bucketsUsed"), 3);
     EXPECT_EQ(report.at("bucketsFree"), (1U << 20) - 3);
     EXPECT_EQ(report.at("inputs").at(1), (Json{{"name", updates_},

@@ -86,6 +86,7 @@ inline PlanReport madeUpReport(std::size_t samples = 300) {
     report.bucketLimit = 8'192;
     report.bucketsUsed = 2'900;
     report.seed = 20'260'118;
+    report.isGenerated = true;
     report.families = {madeUpFamily(Nimbal::AddressFamily::ipv4, 901'899, samples),
                        madeUpFamily(Nimbal::AddressFamily::ipv6, 160'147, samples)};
     return report;
