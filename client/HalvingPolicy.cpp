@@ -20,8 +20,9 @@ Cut takeIn(RouteNode* root, RouteNode* from, RouteNode* to) {
 
 }  // namespace
 
-std::optional<Cut> HalvingPolicy::makeRoom(ClientTrie& trie, RouteNode* root,
-                                           RouteNode* /*incoming*/, Room const& room) {
+std::optional<Cut> HalvingPolicy::makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,
+                                           Room const& room) {
+    next_ = incoming != nullptr ? arrivals_.after(incoming->prefixRef()->prefix()) : arrivals_;
     if (redistribute_) {
         if (std::optional<Cut> cut = redistribute(trie, root, room)) {
             return cut;
@@ -31,12 +32,14 @@ std::optional<Cut> HalvingPolicy::makeRoom(ClientTrie& trie, RouteNode* root,
     if (room.freshBuckets == 0 || routes < 2) {
         return std::nullopt;
     }
-    U32 const half = std::max(static_cast<U32>(U64{routes} * share_ / 100), U32{1});
-    LpmTrie::Node* node = trie.findMergeNodeViaSplitCount(root, half, false).node();
+    bool const inOrder = incoming != nullptr && next_.inOrder();
+    U64 const share = inOrder ? shareInOrder_ : share_;
+    U32 const splitCount = std::max(static_cast<U32>(share * routes / 100), U32{1});
+    LpmTrie::Node* node = trie.findMergeNodeViaSplitCount(root, splitCount, false).node();
     U32 const cutOff = node->partitionRouteCount();
     if (node == root || routes - cutOff > room.bucketRoutes || cutOff > room.bucketRoutes) {
         // The search may answer the source itself: then the branch below it is the piece.
-        node = trie.findMergeNodeViaSplitCount(root, half, true).node();
+        node = trie.findMergeNodeViaSplitCount(root, splitCount, true).node();
     }
     U32 const rest = routes - node->partitionRouteCount();
     if (node->pendingState() || rest > room.bucketRoutes ||

@@ -50,11 +50,6 @@ double eighthPower(double value) {
 
 }  // namespace
 
-WindowPolicy::Arrivals WindowPolicy::Arrivals::after(
-    Nimbal::IpGenPrefix const& prefix) const noexcept {
-    return {prefix, ascending - ascending / 16 + (prefix > last ? 64U : 0U)};
-}
-
 /** Ample at first; from a part of the allowed moves on it falls, until they are spent. */
 Effort WindowPolicy::effort(ClientTrie const& trie, Room const& room) const {
     double const allowed = static_cast<double>(U64{trie.root()->routeCount()} * weights_.budget +

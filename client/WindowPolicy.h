@@ -1,5 +1,6 @@
 #pragma once
 
+#include <client/Arrivals.h>
 #include <client/Policy.h>
 #include <client/Window.h>
 
@@ -88,15 +89,6 @@ private:
         U32 freshBuckets = 0;    // as many there are
         WindowPrices prices;
         RouteNode const* incoming = nullptr;
-    };
-
-    /** What the routes that found no room tell of the order in which routes come. */
-    struct Arrivals {
-        Nimbal::IpGenPrefix last;
-        U32 ascending = 0;  // weighted: 1024 when all of the last ones came in address order
-
-        bool inOrder() const noexcept { return ascending > 900 || ascending < 64; }
-        Arrivals after(Nimbal::IpGenPrefix const& prefix) const noexcept;
     };
 
     Effort effort(ClientTrie const& trie, Room const& room) const;
