@@ -6,8 +6,8 @@ namespace LpmClient {
 
 /** What the routes that found no room tell of the order in which routes come. */
 struct Arrivals {
-    Nimbal::IpGenPrefix last;
-    Vexo::U32 ascending = 0;  // weighted: 1024 when all of the last ones came in address order
+    Nimbal::IpGenPrefix last;  // of them
+    Vexo::U32 ascending = 0;   // weighted: 1024 when all of the last ones came in address order
 
     /** Upwards or downwards. */
     bool inOrder() const noexcept { return ascending > 900 || ascending < 64; }
