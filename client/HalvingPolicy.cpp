@@ -22,7 +22,7 @@ Cut takeIn(RouteNode* root, RouteNode* from, RouteNode* to) {
 
 std::optional<Cut> HalvingPolicy::makeRoom(ClientTrie& trie, RouteNode* root, RouteNode* incoming,
                                            Room const& room) {
-    next_ = incoming != nullptr ? arrivals_.after(incoming->prefixRef()->prefix()) : arrivals_;
+    next_ = arrivals_.after(incoming->prefixRef()->prefix());
     if (redistribute_) {
         if (std::optional<Cut> cut = redistribute(trie, root, room)) {
             return cut;
@@ -32,8 +32,7 @@ std::optional<Cut> HalvingPolicy::makeRoom(ClientTrie& trie, RouteNode* root, Ro
     if (room.freshBuckets == 0 || routes < 2) {
         return std::nullopt;
     }
-    bool const inOrder = incoming != nullptr && next_.inOrder();
-    U64 const share = inOrder ? shareInOrder_ : share_;
+    U64 const share = next_.inOrder() ? shareInOrder_ : share_;
     U32 const splitCount = std::max(static_cast<U32>(share * routes / 100), U32{1});
     LpmTrie::Node* node = trie.findMergeNodeViaSplitCount(root, splitCount, false).node();
     U32 const cutOff = node->partitionRouteCount();

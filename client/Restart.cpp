@@ -94,10 +94,10 @@ bool PartitionManager::takeOver() {
         separateTenants();
     }
     // A chip that was filled for larger buckets: a policy only cuts what is one route too large.
-    for (auto const& [prefix, root] : roots_) {
-        if (root->partitionRouteCount() > bucketRoutes_) {
-            return false;
-        }
+    if (std::ranges::any_of(roots_, [&](auto const& root) {
+            return root.second->partitionRouteCount() > bucketRoutes_;
+        })) {
+        return false;
     }
     // A withdrawal may have been cut off before its partition, empty now, was merged.
     for (auto const& [prefix, root] : roots_) {

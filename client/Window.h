@@ -4,8 +4,7 @@
 
 namespace LpmClient {
 
-/** The roots of the partitions nested directly in the one at `root` that have routes, in pre-order.
- */
+/** In pre-order, the roots of the partitions with routes nested directly in the one at `root`. */
 std::vector<RouteNode*> nestedRoots(RouteNode* root);
 /** In pre-order: by address, then length. */
 void sortRoots(std::vector<RouteNode*>& roots);

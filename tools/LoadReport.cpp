@@ -101,23 +101,25 @@ std::string reportText(Table const& table, std::vector<FamilyReport> const& repo
     if (table.seed) {
         return text + "input: generated from the seed " + std::to_string(*table.seed) + "\n";
     }
+    Omissions const omitted = sumOf(table.omissions);
     text += "input: " + grouped(table.lines) + " lines, " + grouped(table.duplicates) +
-            " prefixes read again, " + grouped(table.hostBitsCleared) +
-            " with host bits cleared, " + grouped(table.badLines) + " bad lines skipped\n";
-    if (table.badLines > 0) {
-        text += "first bad line: " + table.firstBadLine + "\n";
+            " prefixes read again, " + grouped(omitted.hostBitsCleared) +
+            " with host bits cleared, " + grouped(omitted.badLines) + " bad lines skipped\n";
+    if (omitted.badLines > 0) {
+        text += "first bad line: " + omitted.firstBadLine + "\n";
     }
     return text;
 }
 
 std::string reportJson(Table const& table, std::vector<FamilyReport> const& reports) {
+    Omissions const omitted = sumOf(table.omissions);
     Json document{{"input",
                    {{"seed", table.seed ? Json(*table.seed) : Json()},
                     {"lines", table.lines},
                     {"duplicates", table.duplicates},
-                    {"hostBitsCleared", table.hostBitsCleared},
-                    {"badLines", table.badLines},
-                    {"firstBadLine", table.firstBadLine}}},
+                    {"hostBitsCleared", omitted.hostBitsCleared},
+                    {"badLines", omitted.badLines},
+                    {"firstBadLine", omitted.firstBadLine}}},
                   {"families", Json::array()}};
     for (FamilyReport const& report : reports) {
         document["families"].push_back(familyJson(report));

@@ -26,6 +26,18 @@ std::string text(Omissions const& omissions) {
 
 }  // namespace
 
+Omissions sumOf(std::span<Omissions const> omissions) {
+    Omissions sum;
+    for (Omissions const& each : omissions) {
+        sum.hostBitsCleared += each.hostBitsCleared;
+        if (sum.badLines == 0) {
+            sum.firstBadLine = each.firstBadLine;
+        }
+        sum.badLines += each.badLines;
+    }
+    return sum;
+}
+
 void tell(std::span<Omissions const> omissions) {
     for (Omissions const& each : omissions) {
         tellProblem(text(each));

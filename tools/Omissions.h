@@ -18,6 +18,9 @@ struct Omissions {
     bool operator==(Omissions const&) const = default;
 };
 
+/** Of several inputs; the first bad line of all. */
+Omissions sumOf(std::span<Omissions const> omissions);
+
 /** Tells them on standard error, a line each: of a command whose report has no place for them. */
 void tell(std::span<Omissions const> omissions);
 

@@ -69,10 +69,7 @@ private:
         auto const prefix = options_.strict
                                 ? Nimbal::IpGenPrefix::fromString(text)
                                 : Nimbal::IpGenPrefix::fromStringClearingHostBits(text, &cleared);
-        if (cleared) {
-            ++table_.hostBitsCleared;
-            ++omissions_.hostBitsCleared;
-        }
+        omissions_.hostBitsCleared += cleared ? U64{1} : U64{0};
         if (!seen_.insert(prefix).second) {
             ++table_.duplicates;
         } else if (prefix.af() == Nimbal::AddressFamily::ipv6) {
@@ -87,10 +84,7 @@ private:
             throw BadLine(message);
         }
         if (omissions_.badLines++ == 0) {
-            omissions_.firstBadLine = message;
-        }
-        if (table_.badLines++ == 0) {
-            table_.firstBadLine = std::move(message);
+            omissions_.firstBadLine = std::move(message);
         }
     }
 

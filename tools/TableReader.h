@@ -23,12 +23,9 @@ struct TableOptions {
 struct Table {
     std::vector<Nimbal::IpGenPrefix> ipv4;
     std::vector<Nimbal::IpGenPrefix> ipv6;
-    U64 lines = 0;            // all lines, comments and blank ones too
-    U64 duplicates = 0;       // prefixes read again
-    U64 hostBitsCleared = 0;  // prefixes with bits set past their length
-    U64 badLines = 0;         // skipped
-    std::string firstBadLine;
-    std::vector<Omissions> omissions;  // the same by input, of those that have any
+    U64 lines = 0;                     // all lines, comments and blank ones too
+    U64 duplicates = 0;                // prefixes read again
+    std::vector<Omissions> omissions;  // of the inputs that have any
     std::optional<U64> seed;           // of a table that was generated, not read
 
     bool operator==(Table const&) const = default;

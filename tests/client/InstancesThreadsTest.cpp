@@ -56,6 +56,17 @@ protected:
         }
     }
 
+    /** A new manager, with a window policy. */
+    void manage(Instance& instance, Torvel::Bitmap::Ptr const& numbers) {
+        instance.manager =
+            std::make_unique<PartitionManager>(chip_, numbers, instance.options("window"));
+    }
+    static void announce(Instance& instance, U32 routes, Random& random) {
+        for (auto const& prefix : randomPrefixes(instance.space, Order::random, routes, random)) {
+            ASSERT_NO_FATAL_FAILURE(update(instance, {prefix, random.below(1000)}));
+        }
+    }
+
     U64 const seed_ = fromEnvironment("LPMTRIE_CLIENT_SEED", 1);
     SimulatedChip chip_{{400, 3, 400}};
     std::vector<Instance> instances_;
@@ -123,11 +134,8 @@ TEST_F(InstancesThreadsTest, restartOneAfterTheOtherWhileTheFirstGrows) {
     for (std::size_t i = 0; i < instances_.size(); ++i) {
         Instance& instance = instances_[i];
         Random random(seed_ * 100 + i);
-        instance.manager =
-            std::make_unique<PartitionManager>(chip_, numbers, instance.options("window"));
-        for (auto const& prefix : randomPrefixes(instance.space, Order::random, 20, random)) {
-            ASSERT_NO_FATAL_FAILURE(update(instance, {prefix, random.below(1000)}));
-        }
+        manage(instance, numbers);
+        ASSERT_NO_FATAL_FAILURE(announce(instance, 20, random));
         ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
     }
     for (Instance& instance : instances_) {
@@ -137,13 +145,10 @@ TEST_F(InstancesThreadsTest, restartOneAfterTheOtherWhileTheFirstGrows) {
     for (std::size_t i = 0; i < instances_.size(); ++i) {
         Instance& instance = instances_[i];
         Random random(seed_ * 100 + 50 + i);
-        instance.manager =
-            std::make_unique<PartitionManager>(chip_, numbers, instance.options("window"));
+        manage(instance, numbers);
         ASSERT_TRUE(instance.manager->restart());
         ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
-        for (auto const& prefix : randomPrefixes(instance.space, Order::random, 30, random)) {
-            ASSERT_NO_FATAL_FAILURE(update(instance, {prefix, random.below(1000)}));
-        }
+        ASSERT_NO_FATAL_FAILURE(announce(instance, 30, random));
         ASSERT_NO_FATAL_FAILURE(check(instance, chip_));
     }
     U64 buckets = 0;
@@ -161,15 +166,13 @@ TEST_F(InstancesThreadsTest, restartKeepsItsNumbersWhileAnotherTableLooksForOne)
     Instance& first = instances_[0];
     Instance& second = instances_[1];
     Random random(seed_);
-    second.manager = std::make_unique<PartitionManager>(chip_, numbers, second.options("window"));
-    for (auto const& prefix : randomPrefixes(second.space, Order::random, 20, random)) {
-        ASSERT_NO_FATAL_FAILURE(update(second, {prefix, random.below(1000)}));
-    }
+    manage(second, numbers);
+    ASSERT_NO_FATAL_FAILURE(announce(second, 20, random));
     U64 const ofSecond = second.manager->buckets();
     ASSERT_GT(ofSecond, 3U);
 
     numbers = Torvel::Bitmap::BitmapIs(400);
-    second.manager = std::make_unique<PartitionManager>(chip_, numbers, second.options("window"));
+    manage(second, numbers);
     WatchedChip watched(chip_);
     U64 asked = 0;
     watched.asked = [&] {
@@ -194,11 +197,8 @@ TEST_F(InstancesThreadsTest, restartsOnAThreadOfItsOwnWhileOthersWork) {
     for (std::size_t i = 0; i < half; ++i) {
         Instance& instance = instances_[i];
         Random random(seed_ * 100 + i);
-        instance.manager =
-            std::make_unique<PartitionManager>(chip_, numbers, instance.options("window"));
-        for (auto const& prefix : randomPrefixes(instance.space, Order::random, 20, random)) {
-            ASSERT_NO_FATAL_FAILURE(update(instance, {prefix, random.below(1000)}));
-        }
+        manage(instance, numbers);
+        ASSERT_NO_FATAL_FAILURE(announce(instance, 20, random));
         instance.manager.reset();
     }
     numbers = Torvel::Bitmap::BitmapIs(400);
@@ -206,8 +206,7 @@ TEST_F(InstancesThreadsTest, restartsOnAThreadOfItsOwnWhileOthersWork) {
         Instance& instance = instances_[index];
         Random random(seed_ * 100 + 50 + index);
         Torvel::Bitmap::Ptr mine = numbers;
-        instance.manager =
-            std::make_unique<PartitionManager>(chip_, mine, instance.options("window"));
+        manage(instance, mine);
         if (index < half) {
             ASSERT_TRUE(instance.manager->restart());
             ASSERT_NO_FATAL_FAILURE(check(instance, chip_));

@@ -40,7 +40,7 @@ Table madeUpTable() {
     Table table;
     table.lines = 1'234'600;
     table.duplicates = 21;
-    table.hostBitsCleared = 1000;
+    table.omissions = {{"made up", 1000, 0, {}}};
     return table;
 }
 
@@ -171,8 +171,8 @@ TEST(ReportTest, generatedTableIsKnownByItsSeed) {
 
 TEST(ReportTest, firstBadLineIsTold) {
     Table table = madeUpTable();
-    table.badLines = 1234;
-    table.firstBadLine = "table:7: 'x': no prefix";
+    table.omissions = {{"table", 0, 1233, "table:7: 'x': no prefix"},
+                       {"other", 0, 1, "other:1: 'y': no prefix"}};
     EXPECT_THAT(reportText(table, {}),
                 testing::EndsWith(", 1,234 bad lines skipped\n"
                                   "first bad line: table:7: 'x': no prefix\n"));
@@ -183,8 +183,7 @@ TEST(ReportTest, firstBadLineIsTold) {
 
 TEST(ReportTest, bytesThatAreNoTextStayOutOfJson) {
     Table table;
-    table.badLines = 1;
-    table.firstBadLine = "caf\xe9 \"\\\n:1: caf\xc3\xa9";
+    table.omissions = {{"made up", 0, 1, "caf\xe9 \"\\\n:1: caf\xc3\xa9"}};
     Json const input = Json::parse(reportJson(table, {})).at("input");
     EXPECT_EQ(input.at("firstBadLine"), "caf\xef\xbf\xbd \"\\\n:1: caf\xc3\xa9");
 }

@@ -57,7 +57,7 @@ TEST_F(TableReaderTest, familiesAreSplitInTheOrderOfReading) {
     EXPECT_EQ(texts(table.ipv4), Texts({"192.0.2.0/24", "10.0.0.0/8", "0.0.0.0/0"}));
     EXPECT_EQ(texts(table.ipv6), Texts({"2001:db8::/32", "::/0"}));
     EXPECT_EQ(table.lines, 5U);
-    EXPECT_EQ(table.badLines, 0U);
+    EXPECT_EQ(sumOf(table.omissions).badLines, 0U);
     EXPECT_EQ(table.seed, std::nullopt);
 }
 
@@ -108,7 +108,7 @@ TEST_F(TableReaderTest, hostBitsAreClearedAndCounted) {
     Table const table = read("10.1.2.3/8\n10.0.0.0/8\n10.0.0.1/32\n2001:db8::1/32\n1.2.3.4/0\n");
     EXPECT_EQ(texts(table.ipv4), Texts({"10.0.0.0/8", "10.0.0.1/32", "0.0.0.0/0"}));
     EXPECT_EQ(texts(table.ipv6), Texts({"2001:db8::/32"}));
-    EXPECT_EQ(table.hostBitsCleared, 3U);
+    EXPECT_EQ(sumOf(table.omissions).hostBitsCleared, 3U);
     EXPECT_EQ(table.duplicates, 1U);
 }
 
@@ -143,15 +143,15 @@ TEST_F(TableReaderTest, keepingGoingSkipsBadLinesAndTellsTheFirst) {
     Table const table = read("10.0.0.0/8\nx\n10.1.0.0/16\n10.0.0.0/99\n", keepGoing);
     EXPECT_EQ(texts(table.ipv4), Texts({"10.0.0.0/8", "10.1.0.0/16"}));
     EXPECT_EQ(table.lines, 4U);
-    EXPECT_EQ(table.badLines, 2U);
-    EXPECT_EQ(table.firstBadLine, errorOf("10.0.0.0/8\nx\n"));
+    EXPECT_EQ(sumOf(table.omissions).badLines, 2U);
+    EXPECT_EQ(sumOf(table.omissions).firstBadLine, errorOf("10.0.0.0/8\nx\n"));
 }
 
 TEST_F(TableReaderTest, keepingGoingStrictlySkipsHostBits) {
     Table const table = read("10.1.0.0/8\n10.0.0.0/8\n", {.strict = true, .keepGoing = true});
     EXPECT_EQ(texts(table.ipv4), Texts({"10.0.0.0/8"}));
-    EXPECT_EQ(table.badLines, 1U);
-    EXPECT_EQ(table.hostBitsCleared, 0U);
+    EXPECT_EQ(sumOf(table.omissions).badLines, 1U);
+    EXPECT_EQ(sumOf(table.omissions).hostBitsCleared, 0U);
 }
 
 TEST_F(TableReaderTest, overLongLineIsBadWhateverItBeginsWith) {
@@ -163,7 +163,7 @@ TEST_F(TableReaderTest, overLongLineIsBadWhateverItBeginsWith) {
                                    HasSubstr(": the line is longer than 512 characters")));
         Table const table = read("::/0\n" + line + "\n10.1.0.0/16\n", keepGoing);
         EXPECT_EQ(texts(table.ipv4), Texts({"10.1.0.0/16"}));
-        EXPECT_EQ(table.badLines, 1U);
+        EXPECT_EQ(sumOf(table.omissions).badLines, 1U);
     }
 }
 
