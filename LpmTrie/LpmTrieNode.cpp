@@ -18,20 +18,6 @@ constexpr U32 destroyedEyeCatcher = 0xBADBEEFFU;
 
 constinit Vexo::FwkType const Node::fwkType_("LpmTrie::Node", lpmTrieModule, 1);
 
-Node::Node(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute, bool partitionNode,
-           PartitionId::Ptr const& partitionId, U32 hwTable) noexcept
-    : partitionNode_(partitionNode),
-      fibRoute_(fibRoute),
-      prefixRef_(prefixRef),
-      partitionId_(partitionId),
-      hwTable_(hwTable) {
-    if (prefixRef) {
-        Nimbal::IpGenPrefix const& prefix = prefixRef->prefix();
-        headLen_ = static_cast<U8>(std::min(prefix.len(), U32{longLen}));
-        head_ = prefix.head();
-    }
-}
-
 Node::~Node() {
     // Volatile both ways: the storage may be looked at after its object is gone, and an optimiser
     // may drop a plain store to a dying object or believe that its constructor's value still

@@ -40,7 +40,18 @@ class LPMTRIE_API Node : public Vexo::TrackedAllocation<Node, Vexo::SlabStorage>
 public:
     /** Linked to nothing, counters 0, nothing pending. `prefixRef` is not null. */
     Node(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute, bool partitionNode,
-         PartitionId::Ptr const& partitionId, U32 hwTable) noexcept;
+         PartitionId::Ptr const& partitionId, U32 hwTable) noexcept
+        : partitionNode_(partitionNode),
+          fibRoute_(fibRoute),
+          prefixRef_(prefixRef),
+          partitionId_(partitionId),
+          hwTable_(hwTable) {
+        if (prefixRef) {
+            Nimbal::IpGenPrefix const& prefix = prefixRef->prefix();
+            headLen_ = static_cast<U8>(std::min(prefix.len(), U32{longLen}));
+            head_ = prefix.head();
+        }
+    }
     Node(Node const&) = delete;
     Node& operator=(Node const&) = delete;
 

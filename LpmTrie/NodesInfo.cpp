@@ -92,10 +92,10 @@ bool TrieNodesInfo::nodeInfo(TrieNodeInfo const& info) const {
 }
 
 void TrieNodesInfo::nodeInfoIs(TrieNodeInfo const& info, bool value) {
-    if (VexoNodeInfo* const entry = nodeInfo_.find(info)) {
+    auto const [entry, added] =
+        nodeInfo_.findOrInsert(info, [&] { return VexoNodeInfo(info, value); });
+    if (!added) {
         entry->valueIs(value);
-    } else {
-        nodeInfo_.insert(info, VexoNodeInfo(info, value));
     }
 }
 

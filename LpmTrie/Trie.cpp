@@ -1,6 +1,5 @@
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
-#include <LpmTrie/TrieHooks.h>
 #include <LpmTrie/TrieIndex.h>
 
 namespace LpmTrie {
@@ -45,18 +44,6 @@ void Trie::deallocateNode(Node* node) {
     delete node;
 }
 
-Node* Trie::makeNode(Nimbal::IpGenPrefix const& prefix, bool fibRoute, bool partitionNode,
-                     PartitionId::Ptr const& partitionId, U32 hwTable) {
-    auto const prefixRef = Nimbal::IpGenPrefixRef::IpGenPrefixRefIs(prefix);
-    HookCall const hook(*this);
-    return allocateNode(prefixRef, fibRoute, partitionNode, partitionId, hwTable);
-}
-
-void Trie::freeNode(Node* node) noexcept {
-    HookCall const hook(*this);
-    deallocateNode(node);
-}
-
 /** The index, when there is one that may lead a search; nodes may still wait for it. */
 TrieIndex* Trie::unsettledIndex() const noexcept {
     bool const usable =
@@ -90,31 +77,6 @@ void Trie::keepIndex() {
 /** Whose root has been set by hand goes without an index until it has been empty. */
 void Trie::giveIndexUp() noexcept {
     index_->giveUp();
-}
-
-void Trie::indexAdd(Node* node) noexcept {
-    if (index_ != nullptr) {
-        index_->add(node);
-    }
-}
-
-void Trie::indexDel(Node* node) noexcept {
-    if (index_ != nullptr) {
-        index_->del(node);
-    }
-}
-
-/** Hangs `node` under `parent`, or makes it the root; the only place where such a link is made. */
-void Trie::hangUnder(Node* parent, U32 bit, Node* node) {
-    TrieIndex::linkedBy(index_.get(), parent, node);
-    if (node != nullptr) {
-        node->linkParent(parent);
-    }
-    if (parent == nullptr) {
-        root_ = node;
-    } else {
-        parent->linkChild(bit, node);
-    }
 }
 
 }  // namespace LpmTrie

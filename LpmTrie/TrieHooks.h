@@ -26,11 +26,14 @@ private:
     bool const before_;
 };
 
-/** While it lives, searches go step by step from the root, as a check of the links must. */
+/**
+ * While it lives, searches go step by step from the root, as a check of the links must, and walks
+ * fetch nothing ahead.
+ */
 class Trie::PlainSearch {
 public:
-    explicit PlainSearch(Trie& trie) noexcept
-        : trie_(trie), before_(std::exchange(trie.plainSearch_, true)) {}
+    explicit PlainSearch(Trie& trie, bool plain = true) noexcept
+        : trie_(trie), before_(std::exchange(trie.plainSearch_, plain)) {}
     PlainSearch(PlainSearch const&) = delete;
     PlainSearch& operator=(PlainSearch const&) = delete;
     ~PlainSearch() { trie_.plainSearch_ = before_; }

@@ -79,6 +79,7 @@ TrieIndex::Found TrieIndex::search(U64 head, U32 len) const noexcept {
         }
         if (U64 const marks = covering & block.marks(); marks != 0) {
             found.candidate = block.node(IndexBlock::highest(marks));
+            prefetchNode(found.candidate);
             return found;
         }
         searching = markCount_ != 0;

@@ -142,6 +142,7 @@ private:
     Node* nearLastNode(Nimbal::IpGenPrefix const& prefix) const noexcept;
     IndexBlock* blockFor(U64 head, U32 depth);
     void wait(Node* node) noexcept;
+    bool makesWay(Waiting const& waiting, Node* node, U32 depth) noexcept;
     void enter(Node* node) noexcept;
     void enter(U32 depths) noexcept;
     void erase(Node* node);

@@ -21,10 +21,25 @@ constexpr U32 nearSteps = 12;
 
 /** Two addresses lie in the same block at `depth`. */
 constexpr bool sameBlock(U64 head, U64 other, U32 depth) noexcept {
-    return depth == 0 || (head ^ other) >> (66 - stride * depth) == 0;
+    return (head ^ other) >> 3 >> (63 - stride * depth) == 0;
 }
 
 }  // namespace
+
+/** Lets the node wait with those of its block, once others have made way. */
+inline void TrieIndex::wait(Node* node) noexcept {
+    U32 const depth = depthOf(node->headLen_);
+    U32 const place = placeOf(node->head_, node->headLen_);
+    Waiting& waiting = waiting_[depth];
+    bool const beside = sameBlock(waiting.head, node->head_, depth) && !has(waiting.places, place);
+    if (!beside && !makesWay(waiting, node, depth)) [[unlikely]] {
+        return;
+    }
+    waiting.head = node->head_;
+    waiting.places |= U64{1} << place;
+    waiting.nodes[place] = node;
+    depthsWaiting_ |= U32{1} << depth;
+}
 
 void TrieIndex::add(Node* node) noexcept {
     if (!ready_ || node->headLen_ > longest) {
@@ -43,23 +58,18 @@ void TrieIndex::add(Node* node) noexcept {
     }
 }
 
-void TrieIndex::wait(Node* node) noexcept {
-    U32 const depth = depthOf(node->headLen_);
-    Waiting& waiting = waiting_[depth];
+/** Enters what waits for another block. False when the index has given up. */
+bool TrieIndex::makesWay(Waiting const& waiting, Node* node, U32 depth) noexcept {
     if (waiting.places != 0 && !sameBlock(waiting.head, node->head_, depth)) {
         enter(U32{1} << depth);
     }
-    U32 const place = placeOf(node->head_, node->headLen_);
-    if (!ready_ || has(waiting.places, place)) {
-        // No memory, or two nodes of one prefix: then one of them is not below the trie's root.
-        node->index_ = 0;
-        giveUp();
-        return;
+    if (ready_ && waiting.places == 0) {
+        return true;
     }
-    waiting.head = node->head_;
-    waiting.places |= U64{1} << place;
-    waiting.nodes[place] = node;
-    depthsWaiting_ |= U32{1} << depth;
+    // No memory, or two nodes of one prefix: then one of them is not below the trie's root.
+    node->index_ = 0;
+    giveUp();
+    return false;
 }
 
 /** The block at `depth` along an address, made with those on the way to it if need be. */
@@ -97,7 +107,7 @@ void TrieIndex::enter(U32 depths) noexcept {
             Waiting& waiting = waiting_[depth];
             IndexBlock* const block = blockFor(waiting.head, depth);
             if ((block->places() & waiting.places) != 0) {
-                giveUp();  // as in `wait`
+                giveUp();  // as in `makesWay`
                 return;
             }
             block->nodesIs(waiting.places, waiting.nodes);

@@ -18,8 +18,7 @@
 #include <LpmTrie/PrefixBits.h>
 #include <LpmTrie/Trie.h>
 #include <LpmTrie/TrieDescent.h>
-#include <LpmTrie/TrieHooks.h>
-#include <LpmTrie/TrieIndex.h>
+#include <LpmTrie/TrieNodes.h>
 
 namespace LpmTrie {
 

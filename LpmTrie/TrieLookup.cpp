@@ -80,6 +80,9 @@ Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPar
     while (candidate != nullptr && !isCandidate(candidate, includePendingRmPartition)) {
         candidate = candidate->parent();
     }
+    if (candidate != nullptr) {
+        Vexo::prefetch(candidate->partitionId_.get());  // a route that is inserted there takes it
+    }
     return deepest;
 }
 

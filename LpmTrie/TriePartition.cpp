@@ -137,6 +137,8 @@ void Trie::updatePartitionId(Node* fromNode, TrieNodesInfo::Ptr const& movedNode
 void Trie::relabel(Node* fromNode, TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors) {
     LPM_TRACE(8, relabelSignature, " fromNode:", fromNode,
               " movedNodes:", static_cast<void const*>(movedNodes.get()));
+    // Who has made room for records has fetched the nodes.
+    PlainSearch const fetchingNothing(*this, plainSearch_ || movedNodes);
     auto step = preorderNextNode(fromNode->parent(), fromNode, 1, true, false);
     for (; step.node() != nullptr;
          step = preorderNextNode(fromNode->parent(), step.node(), step.level, true, false)) {

@@ -8,8 +8,7 @@
 
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
-#include <LpmTrie/TrieHooks.h>
-#include <LpmTrie/TrieIndex.h>
+#include <LpmTrie/TrieNodes.h>
 
 namespace LpmTrie {
 

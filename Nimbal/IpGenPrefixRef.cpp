@@ -24,12 +24,6 @@ ModuleRegistration const registration(nimbalModule,
 constinit Vexo::FwkType const IpGenPrefixRef::fwkType_("Nimbal::IpGenPrefixRef", nimbalModule, 2,
                                                        description);
 
-IpGenPrefixRef::Ptr IpGenPrefixRef::IpGenPrefixRefIs(IpGenPrefix const& prefix) {
-    Ptr holder(new IpGenPrefixRef(prefix));
-    holder->IpGenPrefixRef::hasNotificationActiveIs(true);
-    return holder;
-}
-
 Vexo::FwkType const* IpGenPrefixRef::fwkType() const {
     return &fwkType_;
 }

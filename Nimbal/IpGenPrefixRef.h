@@ -20,7 +20,11 @@ public:
     /** Copies the prefix. Held by nobody yet. */
     explicit IpGenPrefixRef(IpGenPrefix const& prefix) noexcept : prefix_(prefix) {}
     /** A new holder with notification on. Throws std::bad_alloc. */
-    static Ptr IpGenPrefixRefIs(IpGenPrefix const& prefix);
+    static Ptr IpGenPrefixRefIs(IpGenPrefix const& prefix) {
+        Ptr holder(new IpGenPrefixRef(prefix));
+        holder->IpGenPrefixRef::hasNotificationActiveIs(true);
+        return holder;
+    }
 
     Vexo::FwkType const* fwkType() const override;
 

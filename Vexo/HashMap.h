@@ -54,12 +54,16 @@ public:
     /** @} */
 
     /** Adds an entry; the caller has made sure that `find` of its key gives null. */
-    Entry& insert(Key const& key, Entry entry) {
+    Entry& insert(Key const& key, Entry entry) { return add(Policy::hash(key), std::move(entry)); }
+
+    /** The entry of that key, and whether it is a new one: then it has been made by `make()`. */
+    template <class Make>
+    std::pair<Entry*, bool> findOrInsert(Key const& key, Make const& make) {
         U32 const hash = Policy::hash(key);
-        reserve(1);
-        entries_.push_back(std::move(entry));
-        place(Cell{hash, static_cast<U32>(entries_.size() - 1)});
-        return entries_.back();
+        if (std::size_t const cell = findCell(key, hash); cell != none) {
+            return {&entries_[cells_[cell].entry], false};
+        }
+        return {&add(hash, make()), true};
     }
 
     /** True when there was such an entry. */
@@ -112,6 +116,13 @@ private:
 
     std::size_t home(U32 hash) const noexcept { return hash & (cells_.size() - 1); }
     std::size_t after(std::size_t cell) const noexcept { return (cell + 1) & (cells_.size() - 1); }
+
+    Entry& add(U32 hash, Entry entry) {
+        reserve(1);
+        entries_.push_back(std::move(entry));
+        place(Cell{hash, static_cast<U32>(entries_.size() - 1)});
+        return entries_.back();
+    }
 
     std::size_t findCell(Key const& key, U32 hash) const {
         if (cells_.empty()) {

@@ -50,10 +50,6 @@ NotifieeList* PtrInterface::notifieeList() {
     return nullptr;
 }
 
-void PtrInterface::hasNotificationActiveIs(bool active) {
-    flagIs(notificationActive_, active);
-}
-
 void PtrInterface::zeroReferencesIs() {
     if (hasNotificationActive()) {
         if (NotifieeList* notifiees = notifieeList()) {

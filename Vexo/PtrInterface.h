@@ -77,7 +77,7 @@ public:
     /** The object's list of notifiees, or null (as here) when the class keeps none. */
     virtual NotifieeList* notifieeList();
     /** Off while an object is being made: nobody is told about it. Factories switch it on. */
-    virtual void hasNotificationActiveIs(bool active);
+    virtual void hasNotificationActiveIs(bool active) { flagIs(notificationActive_, active); }
     /** The last reference has gone: tells the notifiees, if notification is on, and destroys. */
     virtual void zeroReferencesIs();
     /** The object's own type, not that of the reference. */

@@ -60,6 +60,28 @@ std::byte* mappedHugePage() {
     return memory + before;
 }
 
+constinit std::atomic<SlabStorage::Watcher> watcher{nullptr};
+
+/** Holds a pool, whose flag this is. A process of one thread does without. */
+class Lock {
+public:
+    explicit Lock(std::atomic<bool>& taken) noexcept : taken_(singleThread() ? nullptr : &taken) {
+        while (taken_ != nullptr && taken_->exchange(true, std::memory_order_acquire)) {
+            std::this_thread::yield();
+        }
+    }
+    Lock(Lock const&) = delete;
+    Lock& operator=(Lock const&) = delete;
+    ~Lock() {
+        if (taken_ != nullptr) {
+            taken_->store(false, std::memory_order_release);
+        }
+    }
+
+private:
+    std::atomic<bool>* const taken_;
+};
+
 }  // namespace
 
 #ifdef VEXO_NO_SLABS
@@ -67,6 +89,7 @@ constinit std::size_t const SlabStorage::largest_ = 0;
 #else
 constinit std::size_t const SlabStorage::largest_ = largestSlot;
 #endif
+constinit std::atomic<bool> SlabStorage::quick_{largest_ != 0};
 constinit SlabStorage::Pool SlabStorage::pools_[largestSlot / grain + 1];
 
 void SlabStorage::Pool::takePiece() {
@@ -91,18 +114,31 @@ std::byte* SlabStorage::piece(std::size_t bytes) {
     return begin;
 }
 
-void SlabStorage::wait(Pool& pool) noexcept {
-    while (pool.taken.exchange(true, std::memory_order_acquire)) {
-        std::this_thread::yield();
+void SlabStorage::watcherIs(Watcher newWatcher) noexcept {
+    watcher.store(newWatcher, std::memory_order_relaxed);
+    quick_.store(newWatcher == nullptr && largest_ != 0, std::memory_order_relaxed);
+}
+
+void* SlabStorage::allocateWithCare(std::size_t bytes) {
+    if (!hasSlot(bytes)) {
+        return ::operator new(bytes);
     }
+    if (Watcher const called = watcher.load(std::memory_order_relaxed)) {
+        called();
+    }
+    Pool& pool = pools_[poolOf(bytes)];
+    Lock const lock(pool.taken);
+    return pool.take(bytes);
 }
 
-void* SlabStorage::allocateElsewhere(std::size_t bytes) {
-    return ::operator new(bytes);
-}
-
-void SlabStorage::releaseElsewhere(void* storage) noexcept {
-    ::operator delete(storage);
+void SlabStorage::releaseWithCare(void* slot, std::size_t bytes) noexcept {
+    if (!hasSlot(bytes)) {
+        ::operator delete(slot);
+        return;
+    }
+    Pool& pool = pools_[poolOf(bytes)];
+    Lock const lock(pool.taken);
+    pool.put(slot, bytes);
 }
 
 }  // namespace Vexo

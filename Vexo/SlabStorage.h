@@ -30,43 +30,27 @@ public:
     /** Is called before each allocation, if set; what it throws is what the allocation throws. */
     using Watcher = void (*)();
     /** Sets it, for all threads; null for none. */
-    static void watcherIs(Watcher watcher) noexcept {
-        watcher_.store(watcher, std::memory_order_relaxed);
-    }
+    static void watcherIs(Watcher watcher) noexcept;
 
     /**
      * Storage for `bytes` bytes, on a boundary that suits any object of that size. Throws
      * std::bad_alloc.
      */
     static void* allocate(std::size_t bytes) {
-        if (!hasSlot(bytes)) [[unlikely]] {
-            return allocateElsewhere(bytes);
+        bool const quick =
+            bytes != 0 && bytes <= largestSlot && quick_.load(std::memory_order_relaxed);
+        if (!quick || !singleThread()) [[unlikely]] {
+            return allocateWithCare(bytes);
         }
-        if (Watcher const watcher = watcher_.load(std::memory_order_relaxed)) [[unlikely]] {
-            watcher();
-        }
-        Pool& pool = pools_[poolOf(bytes)];
-        Lock const lock(pool);
-        void* const slot = pool.free;
-        if (slot == nullptr) {
-            return pool.cutSlot(slotBytes(bytes));
-        }
-        pool.free = link(slot, bytes);
-        // The next slot may have been released long ago.
-        prefetch(pool.free);
-        prefetch(pool.free, bytes - 1);
-        return slot;
+        return pools_[poolOf(bytes)].take(bytes);
     }
     /** `bytes` is what was asked for. */
     static void release(void* slot, std::size_t bytes) noexcept {
-        if (!hasSlot(bytes)) [[unlikely]] {
-            releaseElsewhere(slot);
+        if (!hasSlot(bytes) || !singleThread()) [[unlikely]] {
+            releaseWithCare(slot, bytes);
             return;
         }
-        Pool& pool = pools_[poolOf(bytes)];
-        Lock const lock(pool);
-        link(slot, bytes) = pool.free;
-        pool.free = slot;
+        pools_[poolOf(bytes)].put(slot, bytes);
     }
 
 private:
@@ -81,6 +65,21 @@ private:
         std::byte* end = nullptr;
         std::size_t pieces = 0;  // bytes of all pieces
 
+        void* take(std::size_t bytes) {
+            void* const slot = free;
+            if (slot == nullptr) {
+                return cutSlot(slotBytes(bytes));
+            }
+            free = link(slot, bytes);
+            // The next slot may have been released long ago.
+            prefetch(free);
+            prefetch(free, bytes - 1);
+            return slot;
+        }
+        void put(void* slot, std::size_t bytes) noexcept {
+            link(slot, bytes) = free;
+            free = slot;
+        }
         /** The next slot of the piece in hand, or the first one of a new piece. */
         void* cutSlot(std::size_t bytes) {
             if (static_cast<std::size_t>(end - cut) < bytes) [[unlikely]] {
@@ -93,29 +92,9 @@ private:
         [[gnu::cold, gnu::noinline]] void takePiece();
     };
 
-    /** Holds a pool. A process of one thread does without. */
-    class Lock {
-    public:
-        explicit Lock(Pool& pool) : pool_(singleThread() ? nullptr : &pool) {
-            if (pool_ != nullptr && pool_->taken.exchange(true, std::memory_order_acquire)) {
-                wait(pool);
-            }
-        }
-        Lock(Lock const&) = delete;
-        Lock& operator=(Lock const&) = delete;
-        ~Lock() {
-            if (pool_ != nullptr) {
-                pool_->taken.store(false, std::memory_order_release);
-            }
-        }
-
-    private:
-        Pool* const pool_;
-    };
-
-    [[gnu::cold, gnu::noinline]] static void wait(Pool& pool) noexcept;
-    static void* allocateElsewhere(std::size_t bytes);
-    static void releaseElsewhere(void* storage) noexcept;
+    // What must do more: for other threads, a watcher, objects without slots.
+    static void* allocateWithCare(std::size_t bytes);
+    static void releaseWithCare(void* slot, std::size_t bytes) noexcept;
     static std::byte* piece(std::size_t bytes);
 
     static bool hasSlot(std::size_t bytes) noexcept {
@@ -127,8 +106,8 @@ private:
         return static_cast<void**>(slot)[poolOf(bytes) - 1];
     }
 
-    static constinit inline std::atomic<Watcher> watcher_{nullptr};
     static std::size_t const largest_;  // 0 or largestSlot
+    static std::atomic<bool> quick_;    // there are slots, and there is no watcher
     static Pool pools_[largestSlot / grain + 1];
 };
 

@@ -41,6 +41,14 @@ void releaseAlignedStorage(void* storage, std::align_val_t alignment) noexcept {
 
 }  // namespace Detail
 
+void* HeapStorage::allocate(std::size_t bytes) {
+    return ::operator new(bytes);
+}
+
+void HeapStorage::release(void* storage, std::size_t /*bytes*/) noexcept {
+    ::operator delete(storage);
+}
+
 AllocationCounts AllocationRecord::counts() const noexcept {
     // Releases are read first: a release seen here is never ahead of its allocation.
     AllocationCounts counts;

@@ -51,24 +51,25 @@ public:
         if (!listed_.load(std::memory_order_acquire)) [[unlikely]] {
             list();
         }
-        add(allocations_, 1, std::memory_order_relaxed);
-        add(bytesAllocated_, bytes, std::memory_order_relaxed);
+        add(allocations_, bytesAllocated_, bytes, std::memory_order_relaxed);
     }
     void released(std::size_t bytes) noexcept {
         if constexpr (!guardsOn) {
             return;
         }
-        add(releases_, 1, std::memory_order_release);
-        add(bytesReleased_, bytes, std::memory_order_release);
+        add(releases_, bytesReleased_, bytes, std::memory_order_release);
     }
     /** @} */
 
 private:
-    static void add(std::atomic<U64>& count, U64 value, std::memory_order order) noexcept {
+    static void add(std::atomic<U64>& objects, std::atomic<U64>& bytes, U64 size,
+                    std::memory_order order) noexcept {
         if (singleThread()) {
-            count.store(count.load(std::memory_order_relaxed) + value, order);
+            objects.store(objects.load(std::memory_order_relaxed) + 1, order);
+            bytes.store(bytes.load(std::memory_order_relaxed) + size, order);
         } else {
-            count.fetch_add(value, order);
+            objects.fetch_add(1, order);
+            bytes.fetch_add(size, order);
         }
     }
     [[gnu::cold, gnu::noinline]] void list() noexcept;
@@ -108,10 +109,8 @@ LPMTRIE_API void releaseAlignedStorage(void* storage, std::align_val_t alignment
 class LPMTRIE_API HeapStorage {
 public:
     /** @{ As `operator new` and `delete` do: throws std::bad_alloc. */
-    static void* allocate(std::size_t bytes) { return ::operator new(bytes); }
-    static void release(void* storage, std::size_t /*bytes*/) noexcept {
-        ::operator delete(storage);
-    }
+    static void* allocate(std::size_t bytes);
+    static void release(void* storage, std::size_t bytes) noexcept;
     /** @} */
 };
 

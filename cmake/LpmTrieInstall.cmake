@@ -20,7 +20,7 @@ set(LPMTRIE_PYTHON_DIR "lib/python3/dist-packages" CACHE STRING
 
 # Headers that only the library's own sources include are not the client's business.
 string(JOIN "|" lpmtrie_private_headers
-    "LpmTrie/(DescriptorText|Index(Block|Path|Walk)|Module|Trie(Descent|Hooks|Index))"
+    "LpmTrie/(DescriptorText|Index(Block|Path|Walk)|Module|Trie(Descent|Hooks|Index|Nodes))"
     "Nimbal/TextReader"
     "Vexo/ObjectNames")
 install(DIRECTORY Vexo Torvel Nimbal LpmTrie
