@@ -18,6 +18,7 @@ if(LPMTRIE_COVERAGE)
     # Atomic counts, or the counts of threads that run side by side get lost.
     target_compile_options(lpmtrie_instrumentation INTERFACE
         --coverage $<$<CXX_COMPILER_ID:GNU>:-fprofile-update=atomic>)
+    target_compile_definitions(lpmtrie_instrumentation INTERFACE LPMTRIE_COUNTS_LINES)
     target_link_options(lpmtrie_instrumentation INTERFACE --coverage)
 endif()
 

@@ -1,6 +1,6 @@
 #include <tests/LpmTrie/ModelOperations.h>
+#include <tests/Support/Instrumented.h>
 #include <tests/Support/LeakCheck.h>
-#include <tests/Support/Sanitized.h>
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ namespace {
 
 using Nimbal::AddressFamily;
 
-#if LPMTRIE_SANITIZED
+#if LPMTRIE_INSTRUMENTED
 constexpr std::uint64_t usualOperations = 20'000;
 #else
 constexpr std::uint64_t usualOperations = 200'000;

@@ -5,13 +5,13 @@
  * come from do without them too.
  */
 
-#include <tests/Support/Sanitized.h>
+#include <tests/Support/Instrumented.h>
 
 #include <LpmTrie/LpmTrie.h>
 
 #include <gtest/gtest.h>
 
-#if defined(__x86_64__) && defined(__linux__) && !LPMTRIE_SANITIZED
+#if defined(__x86_64__) && defined(__linux__) && !LPMTRIE_INSTRUMENTED
 
 #include <sys/ptrace.h>
 #include <sys/single_threaded.h>

@@ -1,6 +1,6 @@
 #include <tests/LpmTrie/ModelSmallWorld.h>
+#include <tests/Support/Instrumented.h>
 #include <tests/Support/LeakCheck.h>
-#include <tests/Support/Sanitized.h>
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@
 namespace TrieModel {
 namespace {
 
-#if LPMTRIE_SANITIZED
+#if LPMTRIE_INSTRUMENTED
 constexpr U32 mostRoutes = 2;  // a tenth of the steps
 #else
 constexpr U32 mostRoutes = 3;

@@ -1,8 +1,8 @@
 #include <tools/Command.h>
 
 #include <tests/Support/AllocationFailure.h>
+#include <tests/Support/Instrumented.h>
 #include <tests/Support/LeakCheck.h>
-#include <tests/Support/Sanitized.h>
 #include <tests/tools/Descriptors.h>
 #include <tests/tools/MrtBytes.h>
 #include <tests/tools/Packing.h>
@@ -51,8 +51,8 @@ std::vector<Call> const calls{
 };
 
 // A sanitizer's runs take long, and longer in a child: of so many sites it gets one.
-constexpr Vexo::U64 stepHere = LPMTRIE_SANITIZED ? 13 : 1;
-constexpr Vexo::U64 stepInChild = LPMTRIE_SANITIZED ? 97 : 1;
+constexpr Vexo::U64 stepHere = LPMTRIE_INSTRUMENTED ? 13 : 1;
+constexpr Vexo::U64 stepInChild = LPMTRIE_INSTRUMENTED ? 97 : 1;
 
 class CommandMemoryTest
     : public TestSupport::LeakChecked<testing::TestWithParam<std::tuple<Call, AfterFailure>>> {
@@ -172,7 +172,7 @@ TEST_P(CommandMemoryTest, wantOfItIsToldOrGotOverWhereverItStrikes) {
 /** The unpackers' libraries ask for memory themselves, and are not damaged data when there is none.
  */
 TEST(UnpackerMemoryTest, wantOfItIsNoDamage) {
-    if (LPMTRIE_SANITIZED != 0) {
+    if (LPMTRIE_INSTRUMENTED != 0) {
         GTEST_SKIP() << "sanitizers take memory of their own";
     }
     TemporaryDirectory const files;

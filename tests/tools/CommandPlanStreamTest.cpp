@@ -1,4 +1,4 @@
-#include <tests/Support/Sanitized.h>
+#include <tests/Support/Instrumented.h>
 #include <tests/tools/GoodRun.h>
 #include <tests/tools/MrtBytes.h>
 #include <tests/tools/Packing.h>
@@ -61,7 +61,7 @@ TEST_F(CommandPlanStreamTest, seedOfTheAddressesIsTold) {
 }
 
 TEST_F(CommandPlanStreamTest, flappingTakesNoMemory) {
-    if (LPMTRIE_SANITIZED != 0) {
+    if (LPMTRIE_INSTRUMENTED != 0) {
         GTEST_SKIP() << "sanitizers take memory of their own";
     }
     std::string stream;
@@ -83,7 +83,7 @@ TEST_F(CommandPlanStreamTest, flappingTakesNoMemory) {
 
 /** What a file claims, and what it unpacks to, is not what is kept of it. */
 TEST_F(CommandPlanStreamTest, filesThatClaimOrUnpackToMuchTakeNoMemory) {
-    if (LPMTRIE_SANITIZED != 0) {
+    if (LPMTRIE_INSTRUMENTED != 0) {
         GTEST_SKIP() << "sanitizers take memory of their own";
     }
     std::string const hundredMegabytes(100'000'000, '\0');
@@ -117,7 +117,7 @@ TEST_F(CommandPlanStreamTest, filesThatClaimOrUnpackToMuchTakeNoMemory) {
 }
 
 TEST_F(CommandPlanStreamTest, nextHopsOfThePastTakeNoMemory) {
-    if (LPMTRIE_SANITIZED != 0) {
+    if (LPMTRIE_INSTRUMENTED != 0) {
         GTEST_SKIP() << "sanitizers take memory of their own";
     }
     std::string stream;

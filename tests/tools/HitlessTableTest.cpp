@@ -1,5 +1,5 @@
+#include <tests/Support/Instrumented.h>
 #include <tests/Support/LeakCheck.h>
-#include <tests/Support/Sanitized.h>
 #include <tests/client/WatchedChip.h>
 #include <tools/NaiveTable.h>
 #include <tools/RouteGenerator.h>
@@ -31,7 +31,7 @@ using Vexo::U32;
 using Vexo::U64;
 using Vexo::U8;
 
-#if LPMTRIE_SANITIZED
+#if LPMTRIE_INSTRUMENTED
 constexpr U32 tableSize = 3'000;
 #else
 constexpr U32 tableSize = 20'000;

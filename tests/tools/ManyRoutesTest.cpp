@@ -1,4 +1,4 @@
-#include <tests/Support/Sanitized.h>
+#include <tests/Support/Instrumented.h>
 #include <tests/tools/RunCommand.h>
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ using Json = nlohmann::json;
 
 std::string manyRoutes() {
     char const* const asked = std::getenv("LPMTRIE_ROUTES");
-#if LPMTRIE_SANITIZED
+#if LPMTRIE_INSTRUMENTED
     constexpr char const* usual = "20000";
 #else
     constexpr char const* usual = "200000";
@@ -33,7 +33,7 @@ class ManyRoutesTest : public testing::TestWithParam<char const*> {
 protected:
     /** Address space for so many routes; sanitizers reserve more than any bound. */
     static std::string limit(unsigned long routes) {
-#if LPMTRIE_SANITIZED
+#if LPMTRIE_INSTRUMENTED
         static_cast<void>(routes);
         return "unlimited";
 #else

@@ -1,4 +1,4 @@
-#include <tests/Support/Sanitized.h>
+#include <tests/Support/Instrumented.h>
 #include <tests/tools/MrtDamage.h>
 #include <tests/tools/MrtRealData.h>
 #include <tests/tools/Seed.h>
@@ -30,7 +30,7 @@ std::string bytesOf(std::string const& path) {
  * every byte takes minutes, and is asked for by LPMTRIE_DAMAGE_STEP=1, as scripts/damaged-mrt does.
  */
 std::size_t step() {
-#if LPMTRIE_SANITIZED
+#if LPMTRIE_INSTRUMENTED
     constexpr std::size_t usual = 17;
 #else
     constexpr std::size_t usual = 1;

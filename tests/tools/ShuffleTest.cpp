@@ -1,5 +1,5 @@
+#include <tests/Support/Instrumented.h>
 #include <tests/Support/LeakCheck.h>
-#include <tests/Support/Sanitized.h>
 #include <tools/RouteGenerator.h>
 
 #include <LpmTrie/LpmTrie.h>
@@ -38,7 +38,7 @@ using Vexo::U64;
 constexpr U32 tableSize = 10'000;
 constexpr U32 partitions = 40;
 constexpr U32 runs = 10;
-#if LPMTRIE_SANITIZED
+#if LPMTRIE_INSTRUMENTED
 constexpr U32 shufflesInRun = 5;
 #else
 constexpr U32 shufflesInRun = 50;  // 500 of each family
