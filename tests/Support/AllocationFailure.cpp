@@ -70,11 +70,8 @@ void* allocate(std::size_t bytes, std::align_val_t alignment) noexcept {
     return std::aligned_alloc(unit, (std::max(bytes, std::size_t{1}) + unit - 1) / unit * unit);
 }
 
-/** An allocation from slots is one from the operators new for what is counted and made to fail. */
-[[maybe_unused]] bool const slotsWatched = [] {
-    Vexo::SlabStorage::watcherIs([] { ::operator delete(::operator new(1)); });
-    return true;
-}();
+constinit std::mutex watchingMutex;
+constinit Vexo::U64 watching = 0;  // how many want to
 
 void* orThrow(void* storage) {
     if (storage == nullptr) {
@@ -87,6 +84,20 @@ void* orThrow(void* storage) {
 
 Vexo::U64 allocationsOfThread() noexcept {
     return allocations;
+}
+
+WatchedSlots::WatchedSlots() noexcept {
+    std::lock_guard const lock(watchingMutex);
+    if (++watching == 1) {
+        Vexo::SlabStorage::watcherIs([] { ::operator delete(::operator new(1)); });
+    }
+}
+
+WatchedSlots::~WatchedSlots() {
+    std::lock_guard const lock(watchingMutex);
+    if (--watching == 0) {
+        Vexo::SlabStorage::watcherIs(nullptr);
+    }
 }
 
 AllocationFailure::AllocationFailure(Vexo::U64 site, AfterFailure after,

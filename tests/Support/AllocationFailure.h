@@ -14,8 +14,23 @@
 
 namespace TestSupport {
 
-/** Allocations that the calling thread has asked for since it began, those that failed included. */
+/**
+ * Allocations that the calling thread has asked for since it began, those that failed included; of
+ * slots, those while they were watched.
+ */
 Vexo::U64 allocationsOfThread() noexcept;
+
+/**
+ * While an instance lives, an allocation from slots is one from the operators new as well. Without
+ * any, slots are taken as a client takes them.
+ */
+class WatchedSlots {
+public:
+    WatchedSlots() noexcept;
+    ~WatchedSlots();
+    WatchedSlots(WatchedSlots const&) = delete;
+    WatchedSlots& operator=(WatchedSlots const&) = delete;
+};
 
 /** The calling thread's allocations since an instance was made. */
 class AllocationCount {
@@ -23,6 +38,7 @@ public:
     Vexo::U64 value() const noexcept { return allocationsOfThread() - before_; }
 
 private:
+    WatchedSlots const watched_;
     Vexo::U64 before_ = allocationsOfThread();
 };
 
@@ -50,6 +66,7 @@ public:
     bool hasHappened() const noexcept;
 
 private:
+    WatchedSlots const watched_;
     FailurePlan& plan_;
 };
 

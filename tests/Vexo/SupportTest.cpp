@@ -1,3 +1,4 @@
+#include <Vexo/SlabStorage.h>
 #include <tests/Support/AllocationFailure.h>
 #include <tests/Support/AssertionText.h>
 #include <tests/Support/LeakCheck.h>
@@ -76,6 +77,27 @@ TEST(AllocationFailureTest, countsTheAllocationsOfItsThread) {
     std::unique_ptr<Aligned> const aligned(known(new Aligned));
     EXPECT_EQ(count.value(), 3U);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(aligned.get()) % 128, 0U);
+}
+
+TEST(AllocationFailureTest, slotsAreCountedAndFailOnlyWhileTheyAreWatched) {
+    constexpr std::size_t bytes = 40;
+    auto const takeSlot = [] {
+        Vexo::SlabStorage::release(known(Vexo::SlabStorage::allocate(bytes)), bytes);
+    };
+    bool const areSlots = Vexo::SlabStorage::largest() >= bytes;
+    Vexo::U64 const before = TestSupport::allocationsOfThread();
+    takeSlot();
+    EXPECT_EQ(TestSupport::allocationsOfThread() - before, areSlots ? 0U : 1U);
+    AllocationCount const count;
+    takeSlot();
+    EXPECT_EQ(count.value(), 1U);
+    {
+        TestSupport::AllocationFailure const failure(2);
+        takeSlot();
+        EXPECT_THROW(takeSlot(), std::bad_alloc);
+    }
+    takeSlot();
+    EXPECT_EQ(count.value(), 4U);
 }
 
 /** Whether each of `count` allocations in a row succeeds. */

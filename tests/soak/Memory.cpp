@@ -2,6 +2,7 @@
 
 #include <Vexo/TrackedAllocation.h>
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +11,8 @@
 namespace Soak {
 
 Memory Memory::now() {
+    // What a check has taken and freed again may stay with malloc, which is not what is in use.
+    malloc_trim(0);
     Memory memory;
     std::ifstream file("/proc/self/statm");
     U64 total = 0;
