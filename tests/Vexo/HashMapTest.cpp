@@ -47,6 +47,21 @@ TEST(HashMapTest, findsWhatIsInIt) {
     EXPECT_EQ(std::as_const(map).find(7)->value, 71U);
 }
 
+TEST(HashMapTest, entryIsMadeForANewKeyOnly) {
+    Map map;
+    U32 made = 0;
+    auto const make = [&] { return NumberEntry{7, 70 + made++}; };
+    auto const [entry, added] = map.findOrInsert(7, make);
+    EXPECT_TRUE(added);
+    EXPECT_EQ(entry->value, 70U);
+    auto const [again, addedAgain] = map.findOrInsert(7, make);
+    EXPECT_FALSE(addedAgain);
+    EXPECT_EQ(again, map.find(7));
+    EXPECT_EQ(again->value, 70U);
+    EXPECT_EQ(made, 1U);
+    EXPECT_EQ(map.size(), 1U);
+}
+
 TEST(HashMapTest, erasesOnce) {
     Map map;
     map.insert(7, {7, 70});
