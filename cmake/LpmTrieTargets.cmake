@@ -1,13 +1,17 @@
 # How this project makes its libraries and its tests.
 
-# lpmtrie_library(<name> [EXCLUDE <file>...] [DEPENDS <target>...])
+# lpmtrie_library(<name> [SOURCES <file>...] [EXCLUDE <file>...] [DEPENDS <target>...])
 #
-# A static library of all the sources of the current folder, known to others as LpmTrie::<name>.
+# A static library of these sources of the current folder, or else of all, known to others as LpmTrie::<name>.
 # Its headers are reached from the project's root, as in `#include <Vexo/Ptr.h>`. A folder of
 # headers alone becomes an interface library.
 function(lpmtrie_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "EXCLUDE;DEPENDS")
-    file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;EXCLUDE;DEPENDS")
+    if(arg_SOURCES)
+        set(sources ${arg_SOURCES})
+    else()
+        file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+    endif()
     file(GLOB headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
     foreach(file IN LISTS arg_EXCLUDE)
         list(REMOVE_ITEM sources "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
