@@ -2,6 +2,7 @@
 #include <tests/Vexo/ScriptSlots.h>
 
 #include <functional>
+#include <thread>
 
 /* Every function of the C interface, with each of its allocations failing in turn and with all
  * memory at an end: a status tells, the out-argument and what was asked stay as they were, nothing
@@ -190,6 +191,35 @@ TEST_P(ScriptFailureTest, anErasureThatCannotTellErasesNothing) {
     EXPECT_EQ(flagOut, 1);
     EXPECT_EQ(vexoCount(tree_, "apples", &entries), VEXO_DONE);
     EXPECT_EQ(entries, 0U);
+}
+
+TEST_P(ScriptFailureTest, aMessageWithoutRoomIsReplaced) {
+    auto const convert = [] {
+        VexoValue* out = nullptr;
+        VexoStatus const status = vexoFromText(vexoFindType("U32"), "x", 1, &out);
+        EXPECT_EQ(out, nullptr);
+        return status;
+    };
+    EXPECT_EQ(convert(), VEXO_OUT_OF_RANGE);
+    std::string const message = vexoMessage();
+    ASSERT_GT(message.size(), 30U) << "so short a message needs no memory";
+    bool replaced = false;
+    bool told = false;
+    auto const failEach = [&] {
+        for (std::uint64_t site = 1; !told; ++site) {
+            VexoStatus status = VEXO_DONE;
+            {
+                AllocationFailure const failure(site, GetParam());
+                status = convert();
+                told = !failure.hasHappened();
+            }
+            EXPECT_EQ(vexoMessage(), told ? message : "out of memory") << site;
+            replaced = replaced || (!told && status == VEXO_OUT_OF_RANGE);
+        }
+    };
+    // A message is its thread's: in a new one there is no room left over from another message.
+    std::thread(failEach).join();
+    EXPECT_TRUE(replaced) << "the status came through without its message";
 }
 
 TEST_P(ScriptFailureTest, listingsEndAndLookUpsFindNothing) {

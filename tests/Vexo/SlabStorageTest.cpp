@@ -2,10 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
+#include <new>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -63,6 +69,48 @@ TEST(SlabStorageTest, aReleasedSlotIsTheNextOneAndStaysAsItWasButForItsLastWord)
     }
     EXPECT_EQ(SlabStorage::allocate(bytes), storage);
     SlabStorage::release(storage, bytes);
+}
+
+/** The process's address space now, in bytes. */
+std::size_t addressSpace() {
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+/** Takes slots until there are no more, twice; ends with 0 when all was as it should be. */
+[[noreturn]] void takeAllThenMore() {
+    constexpr std::size_t bytes = 1024;
+    // Their own list lies in a slot each, so that nothing else needs memory.
+    struct Slot {
+        Slot* next;
+    };
+    Slot* slots = nullptr;
+    rlimit limit{};
+    ::getrlimit(RLIMIT_AS, &limit);
+    std::array<std::size_t, 2> taken{};
+    for (std::size_t round = 0; round < taken.size(); ++round) {
+        // Room for some blocks, and for what it takes to throw.
+        limit.rlim_cur = addressSpace() + (std::size_t{24} << 20);
+        ::setrlimit(RLIMIT_AS, &limit);
+        try {
+            for (;; ++taken[round]) {
+                slots = new (SlabStorage::allocate(bytes)) Slot{slots};
+            }
+        } catch (std::bad_alloc const&) {
+        }
+    }
+    while (slots != nullptr) {
+        SlabStorage::release(std::exchange(slots, slots->next), bytes);
+    }
+    ::_exit(taken[0] > 1000 && taken[1] > 1000 ? 0 : 1);
+}
+
+TEST(SlabStorageDeathTest, memoryThatTheSystemRefusesMayComeLater) {
+    if (SlabStorage::largest() == 0) {
+        GTEST_SKIP() << "no slots under the address sanitizer";
+    }
+    EXPECT_EXIT(takeAllThenMore(), testing::ExitedWithCode(0), "");
 }
 
 TEST(SlabStorageTest, largeObjectsComeFromElsewhere) {

@@ -1,5 +1,6 @@
 #include <Vexo/RangeException.h>
 #include <Vexo/Trace.h>
+#include <tests/Support/AllocationFailure.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -102,6 +103,20 @@ TEST_F(TraceEnvironmentDeathTest, aLevelSetOnTheHandleComesAfterTheEnvironment) 
         traceAllAndExit();
     };
     EXPECT_EXIT(switchAndTrace(), ExitedWithCode(0), Eq("Some/Module Early/8: line 8\n"));
+}
+
+TEST_F(TraceEnvironmentDeathTest, withoutMemoryForTheSettingsNothingIsTracedYet) {
+    environmentIs("Early/7");
+    auto const askWithoutMemory = [] {
+        {
+            TestSupport::AllocationFailure const failure(1, TestSupport::AfterFailure::fail);
+            if (early.levelOn(7) || !failure.hasHappened()) {
+                ::_exit(1);
+            }
+        }
+        traceAllAndExit();
+    };
+    EXPECT_EXIT(askWithoutMemory(), ExitedWithCode(0), Eq("Some/Module Early/7: line 7\n"));
 }
 
 TEST_F(TraceEnvironmentDeathTest, aSinkSetFirstReceivesTheFirstLine) {
