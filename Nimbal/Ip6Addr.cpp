@@ -40,8 +40,8 @@ Run longestZeroRun(Groups const& groups, std::size_t count) noexcept {
     return longest.length >= 2 ? longest : Run{count, 0};
 }
 
-/** The first `count` groups; ends in a colon when a part follows. */
-String groupsText(Groups const& groups, std::size_t count, bool partFollows) {
+/** The first `count` groups. */
+String groupsText(Groups const& groups, std::size_t count) {
     Run const zeros = longestZeroRun(groups, count);
     String text;
     for (std::size_t i = 0; i < count; ++i) {
@@ -54,9 +54,6 @@ String groupsText(Groups const& groups, std::size_t count, bool partFollows) {
             text += ':';
         }
         text += Vexo::formatString("%x", groups[i]);
-    }
-    if (partFollows && text.back() != ':') {
-        text += ':';
     }
     return text;
 }
@@ -100,12 +97,12 @@ bool Ip6Addr::isIpv4Mapped() const noexcept {
 }
 
 String Ip6Addr::stringValue() const {
-    return isIpv4Mapped() ? groupsText(groupsOf(*this), 6, true) + IpAddr(u32(3)).stringValue()
+    return isIpv4Mapped() ? groupsText(groupsOf(*this), 6) + ':' + IpAddr(u32(3)).stringValue()
                           : hexStringValue();
 }
 
 String Ip6Addr::hexStringValue() const {
-    return groupsText(groupsOf(*this), groupCount, false);
+    return groupsText(groupsOf(*this), groupCount);
 }
 
 std::ostream& operator<<(std::ostream& out, Ip6Addr const& address) {

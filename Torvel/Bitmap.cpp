@@ -103,7 +103,7 @@ std::optional<U32> Bitmap::findFree(U32 from) const noexcept {
     U64 taken = word < words_.size() ? words_[word] | (maskOf(from) - 1) : maskOf(from) - 1;
     if (word < firstWithRoom_) {
         word = firstWithRoom_;
-        taken = word < words_.size() ? words_[word] : 0;
+        taken = words_[word];  // which is there: one of its bits was taken
     }
     while (taken == fullWord) {
         ++word;

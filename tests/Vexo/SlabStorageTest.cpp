@@ -113,6 +113,15 @@ TEST(SlabStorageDeathTest, memoryThatTheSystemRefusesMayComeLater) {
     EXPECT_EXIT(takeAllThenMore(), testing::ExitedWithCode(0), "");
 }
 
+TEST(SlabStorageTest, noBytesAreStorageToo) {
+    void* const one = SlabStorage::allocate(0);
+    void* const other = SlabStorage::allocate(0);
+    EXPECT_NE(one, nullptr);
+    EXPECT_NE(one, other);
+    SlabStorage::release(one, 0);
+    SlabStorage::release(other, 0);
+}
+
 TEST(SlabStorageTest, largeObjectsComeFromElsewhere) {
     void* const storage = SlabStorage::allocate(1U << 20);
     std::memset(storage, 1, 1U << 20);

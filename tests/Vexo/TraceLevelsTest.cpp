@@ -70,6 +70,16 @@ TEST_F(TraceLevelsTest, aLevelAboveTheHighestIsIgnored) {
     }
 }
 
+TEST_F(TraceLevelsTest, eitherOfTwoLevelsIsEnough) {
+    static constinit TraceHandle fresh("Either");
+    EXPECT_FALSE(fresh.eitherLevelOn(4, 7)) << "before it is listed";
+    EXPECT_FALSE(fresh.eitherLevelOn(4, 7));
+    fresh.levelIs(4, true);
+    EXPECT_TRUE(fresh.eitherLevelOn(4, 7));
+    EXPECT_TRUE(fresh.eitherLevelOn(7, 4));
+    EXPECT_FALSE(fresh.eitherLevelOn(3, 7));
+}
+
 TEST_F(TraceLevelsTest, aLevelSetOnAHandleBeforeItsFirstUseStays) {
     static constinit TraceHandle fresh("Fresh");
     fresh.levelIs(4, true);
@@ -169,6 +179,8 @@ TEST_F(TraceLevelsTest, aTextThatIsNotRightSwitchesNothing) {
              "Alpha/7, Beta/7",
              "Alpha/7\n",
              "Alpha/7\0"s,
+             "Alph\x7f/7",
+             "Alph\xe9/7",
              "Alp\0ha/7"s,
              "Alpha/4294967303",
              "Alpha/18446744073709551623",

@@ -126,6 +126,23 @@ TEST_F(TrackedAllocationTest, anAllocationThatFailsIsNotCounted) {
     EXPECT_EQ(counted().live(), 2U);
 }
 
+TEST(AlignedStorageTest, aSizeThatNoMemoryHasIsRefused) {
+    auto const alignment = static_cast<std::align_val_t>(64);
+    for (std::size_t const tooMuch : {SIZE_MAX, SIZE_MAX - 63}) {
+        EXPECT_THROW(Vexo::Detail::alignedStorage(tooMuch, alignment), std::bad_alloc) << tooMuch;
+    }
+}
+
+TEST(AllocationCountsTest, areEqualWhenAllOfThemAre) {
+    AllocationCounts const counts{4, 3, 2, 1};
+    EXPECT_EQ(counts, (AllocationCounts{4, 3, 2, 1}));
+    for (AllocationCounts const& other :
+         {AllocationCounts{0, 3, 2, 1}, AllocationCounts{4, 0, 2, 1}, AllocationCounts{4, 3, 0, 1},
+          AllocationCounts{4, 3, 2, 0}}) {
+        EXPECT_NE(counts, other);
+    }
+}
+
 TEST_F(TrackedAllocationTest, anObjectInStorageOfTheCallerIsNotCounted) {
     alignas(Crate) std::array<unsigned char, sizeof(Crate)> storage{};
     Crate* const crate = new (storage.data()) Crate;
