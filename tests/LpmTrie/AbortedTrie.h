@@ -12,15 +12,23 @@ namespace TrieTests {
 namespace Detail {
 
 inline Trie* abortedTrie = nullptr;
+inline Node* brokenNode = nullptr;
 inline int abortedTrieOutput = -1;
+inline void (*handlerBefore)(int) = nullptr;
 
 /** Runs where abort() raises the signal, on the stack of the operation that has failed. */
-inline void drawAbortedTrie(int) {
+inline void drawAbortedTrie(int signal) {
+    if (brokenNode != nullptr) {
+        mendEyeCatcher(brokenNode);
+    }
     for (String const& text : drawing(*abortedTrie)) {
         String const withEnd = text + '\n';
         if (::write(abortedTrieOutput, withEnd.data(), withEnd.size()) < 0) {
             ::_exit(2);
         }
+    }
+    if (handlerBefore != SIG_DFL) {
+        handlerBefore(signal);
     }
 }
 
@@ -42,10 +50,12 @@ inline std::vector<String> readLines(int input) {
 
 /**
  * Runs `operation`, which a fatal assertion must end, in a process of its own and answers the
- * drawing of the trie as it stood when the assertion failed.
+ * drawing of the trie as it stood when the assertion failed. A node that `operation` has broken is
+ * mended before that.
  */
 template <class Operation>
-std::vector<String> drawingAfterAssertion(Trie& trie, Operation const& operation) {
+std::vector<String> drawingAfterAssertion(Trie& trie, Operation const& operation,
+                                          Node* broken = nullptr) {
     int ends[2];
     if (::pipe(ends) != 0) {
         ADD_FAILURE() << "no pipe";
@@ -54,9 +64,10 @@ std::vector<String> drawingAfterAssertion(Trie& trie, Operation const& operation
     pid_t const child = ::fork();
     if (child == 0) {
         Detail::abortedTrie = &trie;
+        Detail::brokenNode = broken;
         Detail::abortedTrieOutput = ends[1];
         ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
-        std::signal(SIGABRT, Detail::drawAbortedTrie);
+        Detail::handlerBefore = std::signal(SIGABRT, Detail::drawAbortedTrie);
         operation();
         ::_exit(1);
     }

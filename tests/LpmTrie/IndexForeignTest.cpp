@@ -81,20 +81,23 @@ TEST_F(IndexForeignTest, routeInsertedAtAnotherTriesNodeIsNoRouteOfTheTriesOwn) 
     removeAll(*other_);
 }
 
-/** Gives nodes another table than asked for. */
+/** Gives nodes another table or another id than asked for. */
 class MislabellingTrie : public Trie {
 public:
     using Trie::Trie;
     Node* allocateNode(Nimbal::IpGenPrefixRef::Ptr const& prefixRef, bool fibRoute,
                        bool partitionNode, PartitionId::Ptr const& partitionId,
                        U32 hwTable) override {
-        return Trie::allocateNode(prefixRef, fibRoute, partitionNode, partitionId,
-                                  hwTable + (mislabels ? 1 : 0));
+        return Trie::allocateNode(prefixRef, fibRoute, partitionNode,
+                                  otherId ? otherId : partitionId, hwTable + (otherTable ? 1 : 0));
     }
-    bool mislabels = false;
+    bool otherTable = false;
+    PartitionId::Ptr otherId;
 };
 
-void insertMislabelled(U32 indexFrom) {
+enum class Mislabelled { table, id };
+
+void insertMislabelled(U32 indexFrom, Mislabelled what) {
     IndexFrom const from(indexFrom);
     Vexo::Ptr<MislabellingTrie> const trie(new MislabellingTrie(1));
     trie->afIs(AddressFamily::ipv4);
@@ -102,21 +105,28 @@ void insertMislabelled(U32 indexFrom) {
     Node* const top = trie->insertFromRoot(prefix("0.0.0.0/0"), false, true, id, 1).node();
     trie->insert(prefix("10.0.0.0/8"), top, true, false, id, 1);
     trie->insert(prefix("10.1.0.0/16"), top, true, false, id, 1);
-    trie->mislabels = true;
+    if (what == Mislabelled::table) {
+        trie->otherTable = true;
+    } else {
+        trie->otherId = PartitionId::PartitionIdIs(PartitionIdValue(4), ~0U, nullptr);
+    }
     trie->insert(prefix("10.1.2.0/24"), top, true, false, id, 1);
 }
 
 TEST(IndexHookDeathTest, labelsThatAHookHasChangedAreNamedWithAndWithoutAnIndex) {
+    String const signature =
+        "void LpmTrie::Trie::updateNode(LpmTrie::Node*, bool, LpmTrie::Node*, bool, bool)";
     for (U32 const indexFrom : {U32{0}, never}) {
-        EXPECT_EXIT(
-            insertMislabelled(indexFrom), testing::KilledBySignal(SIGABRT),
-            TestSupport::assertionText(
-                "fromPartitionNode->hwTable() == node->hwTable()",
-                "unmatched hwTable. Node:Fib,10.1.2.0/24,0,0,0x3,hw:2 "
-                "partition:Partition,0.0.0.0/0,3,2,0x3,hw:1,cp",
-                "LpmTrie/LpmTrie",
-                "void LpmTrie::Trie::updateNode(LpmTrie::Node*, bool, LpmTrie::Node*, bool, "
-                "bool)"));
+        EXPECT_EXIT(insertMislabelled(indexFrom, Mislabelled::table), aborts,
+                    trieAssertion("fromPartitionNode->hwTable() == node->hwTable()",
+                                  "unmatched hwTable. Node:Fib,10.1.2.0/24,0,0,0x3,hw:2 "
+                                  "partition:Partition,0.0.0.0/0,3,2,0x3,hw:1,cp",
+                                  signature));
+        EXPECT_EXIT(insertMislabelled(indexFrom, Mislabelled::id), aborts,
+                    trieAssertion("fromPartitionNode->partitionId() == node->partitionId()",
+                                  "unmatched partitionId. Node:Fib,10.1.2.0/24,0,0,0x4,hw:1 "
+                                  "partition:Partition,0.0.0.0/0,3,2,0x3,hw:1,cp",
+                                  signature));
     }
 }
 

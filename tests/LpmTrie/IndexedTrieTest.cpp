@@ -1,3 +1,4 @@
+#include <tests/LpmTrie/AbortedTrie.h>
 #include <tests/LpmTrie/IndexFrom.h>
 #include <tests/LpmTrie/IndexPrefixes.h>
 #include <tests/Support/AllocationFailure.h>
@@ -198,6 +199,21 @@ TEST_F(HandBuiltIndexedTrieTest, rolesSetByHandAreHonoured) {
 
 using IndexedTrieDeathTest = HandBuiltIndexedTrieTest;
 
+/** Routes of one block, in order, in a trie with an index. */
+struct OrderedTrie {
+    OrderedTrie() {
+        trie->afIs(AddressFamily::ipv4);
+        for (U32 third = 0; third < 64; ++third) {
+            String const text = "10.0." + std::to_string(third) + ".0/24";
+            trie->insertFromRoot(prefix(text), true, false, nullptr, 0);
+        }
+    }
+    ~OrderedTrie() { removeAll(*trie); }
+
+    IndexFrom const from{2};
+    Trie::Ptr const trie = LpmTrie::trieFactory(0);
+};
+
 TEST_F(IndexedTrieDeathTest, anInsertionBelowABrokenNodeNamesItAsThePlainOneDoes) {
     Node* const broken = find("10.0.0.0/8");
     EXPECT_EXIT(
@@ -209,6 +225,23 @@ TEST_F(IndexedTrieDeathTest, anInsertionBelowABrokenNodeNamesItAsThePlainOneDoes
         brokenEyeCatcher(broken, "U32 LpmTrie::Node::commonLen(const Nimbal::IpGenPrefix&) const"));
 }
 
+TEST_F(IndexedTrieDeathTest, anInsertionBelowABrokenNodeCountsAsThePlainOneDoes) {
+    routeAndPartition("10.1.3.0/25");
+    routeAndPartition("10.1.3.0/26");
+    Node* const broken = find("10.0.0.0/8");
+    auto const insertBelow = [this, broken] {
+        breakEyeCatcher(broken);
+        route("10.1.3.0/28");
+    };
+    std::vector<String> expected = drawing(trie());
+    ASSERT_EQ(expected[0], "Fib,0.0.0.0/0,9,7,nil,hw:0");
+    ASSERT_EQ(expected[1], "  0 Int,0.0.0.0/3,8,6,nil,hw:0");
+    // Where the plain one has passed on its way down; the way up from below is taken back.
+    expected[0] = "Fib,0.0.0.0/0,10,7,nil,hw:0";
+    expected[1] = "  0 Int,0.0.0.0/3,9,6,nil,hw:0";
+    EXPECT_EQ(drawingAfterAssertion(trie(), insertBelow, broken), expected);
+}
+
 TEST_F(IndexedTrieDeathTest, aBrokenNodeThatIsFoundIsNamed) {
     Node* const broken = find("10.1.2.0/24");
     EXPECT_EXIT(
@@ -218,6 +251,27 @@ TEST_F(IndexedTrieDeathTest, aBrokenNodeThatIsFoundIsNamed) {
         },
         aborts,
         brokenEyeCatcher(broken, "U32 LpmTrie::Node::commonLen(const Nimbal::IpGenPrefix&) const"));
+}
+
+/* Routes that came in order wait to be entered; with the memory for that an index may end. */
+
+TEST(IndexMemoryTest, aLookupFindsRoutesThatThereIsNoMemoryToEnter) {
+    OrderedTrie const ordered;
+    TestSupport::AllocationFailure const failure(1, TestSupport::AfterFailure::fail);
+    Node* const found = ordered.trie->findPartitionNode(prefix("10.0.63.0/24"), false).node();
+    EXPECT_TRUE(failure.hasHappened());
+    EXPECT_EQ(found->prefixRef()->prefix(), prefix("10.0.63.0/24"));
+}
+
+TEST(IndexMemoryTest, anInsertionGoesOnWhenThereIsNoMemoryToEnterTheRoutesBefore) {
+    OrderedTrie const ordered;
+    {
+        TestSupport::AllocationFailure const failure(1);
+        ordered.trie->insertFromRoot(prefix("200.0.0.0/8"), true, false, nullptr, 0);
+        EXPECT_TRUE(failure.hasHappened());
+    }
+    EXPECT_EQ(LpmTrie::findExact(*ordered.trie, prefix("200.0.0.0/8"))->routeCount(), 1U);
+    ordered.trie->verify();
 }
 
 TEST(IndexMemoryTest, aTrieGoesWithoutAnIndexWhenMemoryEndsForIt) {

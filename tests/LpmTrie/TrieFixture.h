@@ -133,17 +133,28 @@ protected:
     V6TrieFixture() : TrieFixture(AddressFamily::ipv6) {}
 };
 
-/** Makes the node look like one that has been freed or overwritten. For death tests. */
-inline void breakEyeCatcher(Node* node) {
+namespace Detail {
+
+inline void eyeCatcherIs(Node* node, U32 before, U32 after) {
     // The first field, so it stands right behind the pointer to the virtual operations.
     unsigned char* const at = reinterpret_cast<unsigned char*>(node) + sizeof(void*);
     U32 value = 0;
     std::memcpy(&value, at, sizeof value);
-    if (value != LpmTrie::TRIE_NODE_EYECATCHER) {
+    if (value != before) {
         std::abort();
     }
-    value = 0xBADBEEFF;
-    std::memcpy(at, &value, sizeof value);
+    std::memcpy(at, &after, sizeof after);
+}
+constexpr U32 brokenEyeCatcherValue = 0xBADBEEFF;
+
+}  // namespace Detail
+
+/** Makes the node look like one that has been freed or overwritten. For death tests. */
+inline void breakEyeCatcher(Node* node) {
+    Detail::eyeCatcherIs(node, LpmTrie::TRIE_NODE_EYECATCHER, Detail::brokenEyeCatcherValue);
+}
+inline void mendEyeCatcher(Node* node) {
+    Detail::eyeCatcherIs(node, Detail::brokenEyeCatcherValue, LpmTrie::TRIE_NODE_EYECATCHER);
 }
 
 inline testing::KilledBySignal const aborts(SIGABRT);
