@@ -189,6 +189,59 @@ TEST_P(TrieIndexTest, isNotMadeForATrieOfTheOtherFamily) {
               nullptr);
 }
 
+class TrieIndexByHandTest : public TrieFixture {
+protected:
+    /** No index is made for a root and what hangs from it at that bit. Frees both. */
+    void expectNone(Node* root, U32 bit, Node* child) const {
+        hang(root, bit, child);
+        EXPECT_EQ(TrieIndex::of(root, AddressFamily::ipv4), nullptr);
+        root->bitNodeIs(bit, nullptr);
+        EXPECT_NE(TrieIndex::of(root, AddressFamily::ipv4), nullptr)
+            << "the root is as it should be";
+        trie().deallocateNode(child);
+        trie().deallocateNode(root);
+    }
+};
+
+TEST_F(TrieIndexByHandTest, isNotMadeWhenANodeHangsWhereItsPrefixDoesNot) {
+    struct Case {
+        char const* root;
+        U32 bit;
+        char const* child;
+    };
+    for (auto const& [root, bit, child] : {Case{"10.0.0.0/8", 1, "10.0.0.0/9"},
+                                           {"10.0.0.0/8", 0, "10.0.0.0/8"},
+                                           {"10.0.0.0/8", 0, "8.0.0.0/6"},
+                                           {"10.0.0.0/8", 0, "20.0.0.0/9"},
+                                           {"0.0.0.0/0", 0, "::/9"}}) {
+        SCOPED_TRACE(child);
+        expectNone(make(root), bit, make(child));
+    }
+}
+
+TEST_F(TrieIndexByHandTest, isNotMadeForAPrefixLongerThanAnAddress) {
+    IpGenPrefix const tooLong(Nimbal::IpAddr(0x0a000000), 40);
+    expectNone(make("10.0.0.0/8"), 0,
+               trie().allocateNode(Nimbal::IpGenPrefixRef::IpGenPrefixRefIs(tooLong), false, false,
+                                   {}, 0));
+}
+
+TEST_F(TrieIndexByHandTest, isNotMadeForANodeWithoutAPrefix) {
+    expectNone(make("10.0.0.0/8"), 0, trie().allocateNode({}, false, false, {}, 0));
+}
+
+TEST_F(TrieIndexByHandTest, isNotMadeForABrokenNode) {
+    Node* const root = make("10.0.0.0/8");
+    Node* const child = make("10.1.0.0/16");
+    hang(root, 0, child);
+    breakEyeCatcher(child);
+    EXPECT_EQ(TrieIndex::of(root, AddressFamily::ipv4), nullptr);
+    mendEyeCatcher(child);
+    EXPECT_NE(TrieIndex::of(root, AddressFamily::ipv4), nullptr);
+    trie().deallocateNode(child);
+    trie().deallocateNode(root);
+}
+
 INSTANTIATE_TEST_SUITE_P(Families, TrieIndexTest,
                          testing::Values(AddressFamily::ipv4, AddressFamily::ipv6));
 
