@@ -1,6 +1,7 @@
 #include <LpmTrie/NodesInfo.h>
 
 #include <tests/LpmTrie/PartitionWorld.h>
+#include <tests/Support/AllocationFailure.h>
 
 namespace {
 
@@ -50,6 +51,17 @@ TEST_F(NodesInfoParserTest, aTextReadsBackWithTheSameIdsAndANewHolder) {
     EXPECT_EQ(old_->references(), 2U);
     EXPECT_FALSE(info == TrieNodeInfo(held_, old_, new_)) << "the holder is another";
     EXPECT_EQ(valueToStrep(info), text_);
+}
+
+TEST_F(NodesInfoParserTest, withoutMemoryNothingIsReadAndNothingKept) {
+    EXPECT_GT(TestSupport::failEachAllocation(
+                  [this] { EXPECT_EQ(strepToValue<TrieNodeInfo>(text_).newPartitionId(), new_); },
+                  [this] {
+                      EXPECT_EQ(held_->references(), 1U);
+                      EXPECT_EQ(old_->references(), 1U);
+                      EXPECT_EQ(new_->references(), 1U);
+                  }),
+              5U);
 }
 
 TEST_F(NodesInfoParserTest, nullFieldsReadBack) {

@@ -216,6 +216,16 @@ TEST_F(AttributeTest, aComparisonTakesOneOperand) {
     }
 }
 
+TEST_F(AttributeTest, aReferenceIsEqualToOneOfTheSameObject) {
+    EXPECT_TRUE(areEqual(self_, Value(self_)));
+    EXPECT_FALSE(areEqual(self_, box(Apple(1)))) << "a value is no object";
+    EXPECT_FALSE(areEqual(self_, Value()));
+    for (Operands const& operands : {Operands{}, Operands{self_, self_}}) {
+        EXPECT_EQ(Vexo::valueOperation(self_, AttributeOperation::equal, operands, nullptr),
+                  AttributeStatus::operationNotAllowed);
+    }
+}
+
 TEST_F(AttributeTest, aWriteWithoutMemoryLeavesTheValueAsItWas) {
     Value const name = box(String(200, 'n'));
     U64 const sites = TestSupport::failEachAllocation(

@@ -1,5 +1,7 @@
 #include <tests/Vexo/ScriptSlots.h>
 
+#include <tuple>
+
 /* Attributes, functions, collections and whole values, as scripts ask for them. */
 
 namespace {
@@ -55,6 +57,23 @@ TEST_F(ScriptAttributeTest, refusalsNameTheOwnerAndTheAttribute) {
     EXPECT_EQ(vexoGet(get(tree_, "neighbour"), "height", &out), VEXO_NO_SUCH_ATTRIBUTE);
     EXPECT_EQ(out, asItWas_);
     EXPECT_EQ(numberIn(get(apple_, "weight")), 5U);
+}
+
+TEST_F(ScriptAttributeTest, whatIsNoCollectionIsNotUsedAsOne) {
+    int flag = 77;
+    std::uint64_t count = 77;
+    for (auto const& [name, status, message] :
+         {std::tuple{"height", VEXO_NOT_ALLOWED,
+                     "attribute 'height' of Orchard::Tree cannot be used as a collection"},
+          {"roots", VEXO_NO_SUCH_ATTRIBUTE, "Orchard::Tree has no attribute 'roots'"}}) {
+        expectFailed(vexoContains(tree_, name, apple_, &flag), status, message);
+        expectFailed(vexoErase(tree_, name, apple_, &flag), status, message);
+        expectFailed(vexoPut(tree_, name, apple_, number(1)), status, message);
+        expectFailed(vexoCount(tree_, name, &count), status, message);
+        expectFailed(vexoCapacity(tree_, name, &count), status, message);
+    }
+    EXPECT_EQ(flag, 77);
+    EXPECT_EQ(count, 77U);
 }
 
 TEST_F(ScriptAttributeTest, operandsOfAWrongTypeAreNamed) {
