@@ -120,6 +120,10 @@ TEST_P(TrieIndexTest, hearsOfRolesGivenByHand) {
 TEST_P(TrieIndexTest, followsNodesThatComeAndGo) {
     SCOPED_TRACE(seed);
     grow(300);
+    for (Node* node : nodes()) {
+        node->partitionNodeIs(random.below(3) == 0);
+        node->pendingStateIs(PendingState());
+    }
     auto const index = TrieIndex::of(trie->root(), GetParam());
     ASSERT_NE(index, nullptr);
     std::vector<Node*> gone;
