@@ -40,10 +40,14 @@ def _candidates():
 
 
 def _open():
+    tried = ""
     for path in _candidates():
-        # Global: a client's own library finds the framework's symbols in this one.
-        return ctypes.PyDLL(path, mode=ctypes.RTLD_GLOBAL)
-    raise ImportError("liblpmtrie.so is not found; LPMTRIE_LIBRARY may name it")
+        try:
+            # Global: a client's own library finds the framework's symbols in this one.
+            return ctypes.PyDLL(path, mode=ctypes.RTLD_GLOBAL)
+        except OSError as error:
+            tried += f"; {error}"
+    raise ImportError(f"liblpmtrie.so is not found; LPMTRIE_LIBRARY may name it{tried}")
 
 
 _handle = c_void_p

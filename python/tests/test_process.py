@@ -2,8 +2,10 @@
 
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
+import tempfile
 import textwrap
 import unittest
 
@@ -20,6 +22,55 @@ def run(script):
     if done.returncode != 0:
         raise AssertionError(f"status {done.returncode}: {done.stderr}")
     return done.stdout
+
+
+class SharedLibrary(unittest.TestCase):
+    """Where the package looks for its library: copied, it has no build tree beside it."""
+
+    def setUp(self):
+        place = tempfile.TemporaryDirectory()
+        self.addCleanup(place.cleanup)
+        self.package = pathlib.Path(place.name) / "python" / "lpmtrie"
+        shutil.copytree(HERE.parent / "lpmtrie", self.package, ignore=shutil.ignore_patterns("__pycache__"))
+        self.library = pathlib.Path(os.environ["LPMTRIE_LIBRARY"]).resolve()
+
+    def imported(self, told=None):
+        """What an import prints; none is installed on this system."""
+        environment = dict(os.environ, PYTHONPATH=str(self.package.parent))
+        del environment["LPMTRIE_LIBRARY"]
+        if told:
+            environment["LPMTRIE_LIBRARY"] = told
+        script = """
+            import ctypes.util
+            ctypes.util.find_library = lambda name: None
+            try:
+                import lpmtrie
+                print("found")
+            except ImportError as error:
+                print(error)
+            """
+        done = subprocess.run([sys.executable, "-B", "-c", textwrap.dedent(script)], env=environment,
+                              capture_output=True, text=True, check=True)
+        return done.stdout
+
+    def test_that_lies_nowhere_is_an_import_error(self):
+        self.assertEqual(self.imported(), "liblpmtrie.so is not found; LPMTRIE_LIBRARY may name it\n")
+
+    def test_that_is_named_wrongly_is_told(self):
+        printed = self.imported(told="/nowhere/liblpmtrie.so")
+        self.assertIn("LPMTRIE_LIBRARY may name it; /nowhere/liblpmtrie.so: ", printed)
+
+    def test_that_hangs_in_the_air_is_passed_over(self):
+        (self.package / "liblpmtrie.so").symlink_to("nothing")
+        self.assertIn("is not found", self.imported())
+        (self.package / "liblpmtrie.so.1").symlink_to(self.library)
+        self.assertEqual(self.imported(), "found\n")
+
+    def test_in_a_build_tree_needs_no_name(self):
+        build = self.package.parents[1] / "build" / "release" / "LpmTrie"
+        build.mkdir(parents=True)
+        (build / "liblpmtrie.so").symlink_to(self.library)
+        self.assertEqual(self.imported(), "found\n")
 
 
 class Processes(unittest.TestCase):

@@ -1,3 +1,4 @@
+#include <client/Window.h>
 #include <tests/Support/AllocationFailure.h>
 #include <tests/client/UndisturbedRun.h>
 
@@ -177,6 +178,42 @@ TEST_P(MemoryTest, downloadThatFindsNoMemoryLeavesTrieAndChipEmpty) {
         ASSERT_NO_FATAL_FAILURE(world.check());
     }
     EXPECT_GT(failures_, 100U);
+}
+
+/** What is not made leaves nothing behind: the leak check sees it. */
+TEST_P(MemoryTest, chipAndManagerAreMadeOrNot) {
+    for (AfterFailure const after : {AfterFailure::succeed, AfterFailure::fail}) {
+        EXPECT_GT(TestSupport::failEachAllocation(
+                      [this] { ClientWorld const world(space_, policy_, size_); }, [] {}, after),
+                  5U);
+    }
+}
+
+TEST_P(MemoryTest, questionsWithoutMemoryChangeNothing) {
+    ClientWorld world(space_, policy_, size_);
+    world.watched.written = nullptr;
+    for (std::size_t i = 0; i < steps_.size() / 2; ++i) {
+        world.update(steps_[i].update);
+    }
+    ASSERT_FALSE(world.table.empty());
+    std::string const before = world.state();
+    auto const nothingHasChanged = [&world, &before] {
+        world.manager().trie().verify();
+        EXPECT_EQ(world.state(), before);
+    };
+    for (AfterFailure const after : {AfterFailure::succeed, AfterFailure::fail}) {
+        TestSupport::failEachAllocation(
+            [this, &world] { LpmClient::fewestPieces(world.manager().trie(), size_.bucketRoutes); },
+            nothingHasChanged, after);
+    }
+    EXPECT_NO_FATAL_FAILURE(world.check());
+    world.newManager();  // to which all of the chip is a difference
+    for (AfterFailure const after : {AfterFailure::succeed, AfterFailure::fail}) {
+        EXPECT_GT(TestSupport::failEachAllocation(
+                      [&world] { EXPECT_FALSE(world.manager().audit().empty()); },
+                      nothingHasChanged, after),
+                  0U);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, MemoryTest, testing::ValuesIn(allCases()), caseName);

@@ -25,7 +25,7 @@ using TestSupport::AfterFailure;
 
 struct Call {
     char const* name;
-    std::vector<std::string> arguments;  // TABLE, UPDATES and MRT stand for files
+    std::vector<std::string> arguments;  // TABLE, UPDATES, MRT and PAGE stand for files
     int good = 0;                        // the exit status when nothing fails
     int failed = 1;
 };
@@ -39,9 +39,17 @@ std::vector<Call> const calls{
     {"planOneByOne",
      {"plan", "TABLE", "--one-by-one", "--policy=redistribute", "--bucket=1", "--buckets=9",
       "--bindings=9", "--check=2", "--csv"}},
-    {"planHtml", {"plan", "TABLE", "--buckets=9", "--bindings=9", "--check=2", "--html=/dev/null"}},
-    {"planDot", {"plan", "TABLE", "--buckets=9", "--bindings=9", "--check=2", "--dot=/dev/null"}},
+    {"planJson", {"plan", "TABLE", "--buckets=9", "--bindings=9", "--check=2", "--json"}},
+    {"planBuiltin",
+     {"plan", "--builtin", "--ipv4=9", "--ipv6=9", "--replacements=3", "--buckets=9",
+      "--bindings=9", "--check=2"}},
+    {"planHtml", {"plan", "TABLE", "--buckets=9", "--bindings=9", "--check=2", "--html", "PAGE"}},
+    {"planDot", {"plan", "TABLE", "--buckets=9", "--bindings=9", "--check=2", "--dot", "PAGE"}},
+    {"planDotPrefix",
+     {"plan", "TABLE", "--buckets=9", "--bindings=9", "--check=2", "--dot=/dev/null",
+      "--dot-prefix=10.0.0.0/8"}},
     {"diff", {"diff", "TABLE", "UPDATES", "--bucket=1"}, 1, 2},
+    {"diffList", {"diff", "TABLE", "UPDATES", "--list"}, 1, 2},
     {"lookup", {"lookup", "10.1.0.1", "--table", "TABLE", "--bucket=1"}},
     {"lookupJson", {"lookup", "10.1.0.1", "--table", "TABLE", "--json"}},
     {"generate", {"generate", "--ipv4=9", "--ipv6=9"}},
@@ -125,6 +133,7 @@ private:
             all, "UPDATES",
             files_.write("updates", "A 11.0.0.0/8 192.0.2.1\nW 10.0.0.0/8\nA 10.1.0.0/16 ::1\n"));
         std::ranges::replace(all, "MRT", files_.write("mrt", bzip2ed(peer)));
+        std::ranges::replace(all, "PAGE", files_.path("page"));
         return all;
     }
 
