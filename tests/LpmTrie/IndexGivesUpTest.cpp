@@ -130,6 +130,25 @@ TEST_F(IndexGivesUpTest, whenThereIsNoMemoryToEnterNodesThatWait) {
     });
 }
 
+TEST_F(IndexGivesUpTest, andKnowsNoNodeThatStillWaits) {
+    auto const index = this->index();
+    ASSERT_NE(index, nullptr);
+    Node* const route = routes()[7];
+    Node* const young = twin(route);
+    index->add(young);
+    EXPECT_TRUE(index->entered(young));
+    EXPECT_FALSE(index->knows(young)) << "another one has its place";
+    EXPECT_TRUE(index->knows(route));
+    index->giveUp();
+
+    auto const other = this->index();
+    other->del(route);
+    other->add(route);
+    EXPECT_FALSE(other->knows(route)) << "its place is still free";
+    other->settle();
+    EXPECT_TRUE(other->knows(route));
+}
+
 TEST_F(IndexGivesUpTest, whenTwoNodesOfOnePrefixWait) {
     auto const index = this->index();
     ASSERT_NE(index, nullptr);

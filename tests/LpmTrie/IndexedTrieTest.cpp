@@ -253,6 +253,23 @@ TEST_F(IndexedTrieDeathTest, aBrokenNodeThatIsFoundIsNamed) {
         brokenEyeCatcher(broken, "U32 LpmTrie::Node::commonLen(const Nimbal::IpGenPrefix&) const"));
 }
 
+TEST_F(HandBuiltIndexedTrieTest, aWalkGoesOverABrokenNodeAsThePlainOneDoes) {
+    std::vector<Node*> expected;
+    for (PlacedNode const& placed : placedNodes(trie().root())) {
+        expected.push_back(placed.node);
+    }
+    Node* const broken = find("10.1.2.0/24");
+    breakEyeCatcher(broken);
+    std::vector<Node*> visited{trie().root()};
+    for (auto step = trie().preorderNextNode(nullptr, trie().root(), 0, false, false);
+         step.node() != nullptr;
+         step = trie().preorderNextNode(nullptr, step.node(), step.level, false, false)) {
+        visited.push_back(step.node());
+    }
+    mendEyeCatcher(broken);
+    EXPECT_EQ(visited, expected);
+}
+
 /* Routes that came in order wait to be entered; with the memory for that an index may end. */
 
 TEST(IndexMemoryTest, aLookupFindsRoutesThatThereIsNoMemoryToEnter) {

@@ -1,7 +1,7 @@
 #include <LpmTrie/NodesInfo.h>
 
 #include <tests/LpmTrie/PartitionWorld.h>
-#include <tests/Support/AllocationFailure.h>
+#include <tests/Support/RefusedText.h>
 
 namespace {
 
@@ -62,6 +62,10 @@ TEST_F(NodesInfoParserTest, withoutMemoryNothingIsReadAndNothingKept) {
                       EXPECT_EQ(new_->references(), 1U);
                   }),
               5U);
+}
+
+TEST_F(NodesInfoParserTest, withoutMemoryARefusalIsWantOfMemory) {
+    TestSupport::expectRefusedOrNoMemory<TrieNodeInfo>(recordText("None", "nothing", "None"));
 }
 
 TEST_F(NodesInfoParserTest, nullFieldsReadBack) {

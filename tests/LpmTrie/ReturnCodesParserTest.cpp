@@ -1,6 +1,7 @@
 #include <LpmTrie/ReturnCodes.h>
 
 #include <tests/LpmTrie/RecordParsing.h>
+#include <tests/Support/RefusedText.h>
 
 #include <gtest/gtest.h>
 
@@ -193,6 +194,12 @@ TEST(NodePointerTextTest, isRefusedByTheNameOfItsField) {
     } catch (Vexo::RangeException const& error) {
         EXPECT_EQ(error.attribute(), "fromNode");
     }
+}
+
+TEST(ReturnCodesParserTest, withoutMemoryARefusalIsWantOfMemory) {
+    TestSupport::expectRefusedOrNoMemory<TrieReturnCode>(
+        "Value('LpmTrie::TrieReturnCode', ** {'node': nothing, 'partitionNode': None, "
+        "'coveringPrefixNode': None, 'dirty': True})");
 }
 
 }  // namespace

@@ -44,6 +44,7 @@ TEST_F(RouteQueriesTest, theLongestMatchIsARouteAndNothingElse) {
 TEST_F(RouteQueriesTest, thereIsNoMatchWithoutACoveringRoute) {
     EXPECT_EQ(match("10.0.0.0/8"), nullptr);
     EXPECT_EQ(longestMatch(trie(), Nimbal::IpAddr()), nullptr);
+    EXPECT_THAT(under("0.0.0.0/0"), IsEmpty());
     route("10.0.0.0/8");
     EXPECT_EQ(match("0.0.0.0/0"), nullptr);
     EXPECT_EQ(match("11.0.0.0/8"), nullptr);

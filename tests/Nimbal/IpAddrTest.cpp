@@ -55,6 +55,9 @@ TEST(IpAddrTest, everyNumberInEveryPartSurvivesPrintingAndReading) {
 TEST(IpAddrTest, isOrderedAsANumber) {
     EXPECT_LT(IpAddr::fromString("9.255.255.255"), IpAddr::fromString("10.0.0.0"));
     EXPECT_LT(IpAddr::fromString("127.255.255.255"), IpAddr::fromString("128.0.0.0"));
+    EXPECT_GT(IpAddr::fromString("10.0.0.0"), IpAddr::fromString("9.255.255.255"));
+    EXPECT_LE(IpAddr::fromString("10.0.0.0"), IpAddr::fromString("10.0.0.0"));
+    EXPECT_GE(IpAddr::fromString("10.0.0.0"), IpAddr::fromString("10.0.0.0"));
     EXPECT_EQ(IpAddr::fromString("1.2.3.4"), IpAddr(0x01020304));
     EXPECT_NE(IpAddr(1), IpAddr(0x01000000));
 }

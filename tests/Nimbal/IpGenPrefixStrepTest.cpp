@@ -1,5 +1,6 @@
 #include <tests/Nimbal/Parsing.h>
 #include <tests/Nimbal/RandomPrefixes.h>
+#include <tests/Support/RefusedText.h>
 
 #include <Nimbal/IpGenPrefix.h>
 #include <Vexo/Strep.h>
@@ -52,6 +53,11 @@ TEST(IpGenPrefixStrepTest, onePrefixThatNoStrictTextGivesIsFramed) {
 TEST(IpGenPrefixStrepTest, aRegularPrefixIsReadFromAFrameToo) {
     EXPECT_EQ(parser("Value('Nimbal::IpGenPrefix', ** {'af': 1, 'address': '10.0.0.0', 'len': 8})"),
               IpGenPrefix(IpAddr(0x0a000000), 8));
+}
+
+TEST(IpGenPrefixStrepTest, withoutMemoryARefusalIsWantOfMemory) {
+    TestSupport::expectRefusedOrNoMemory<IpGenPrefix>(
+        "Value('Nimbal::IpGenPrefix', ** {'af': 1, 'address': '10.0.0', 'len': 8})");
 }
 
 TEST(IpGenPrefixStrepTest, everyValueSurvivesPrintingAndReading) {

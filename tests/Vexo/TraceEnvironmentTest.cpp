@@ -107,16 +107,19 @@ TEST_F(TraceEnvironmentDeathTest, aLevelSetOnTheHandleComesAfterTheEnvironment) 
 
 TEST_F(TraceEnvironmentDeathTest, withoutMemoryForTheSettingsNothingIsTracedYet) {
     environmentIs("Early/7");
-    auto const askWithoutMemory = [] {
+    auto const askWithoutMemory = [](Vexo::U64 site) {
         {
-            TestSupport::AllocationFailure const failure(1, TestSupport::AfterFailure::fail);
+            TestSupport::AllocationFailure const failure(site, TestSupport::AfterFailure::fail);
             if (early.levelOn(7) || !failure.hasHappened()) {
                 ::_exit(1);
             }
         }
         traceAllAndExit();
     };
-    EXPECT_EXIT(askWithoutMemory(), ExitedWithCode(0), Eq("Some/Module Early/7: line 7\n"));
+    for (Vexo::U64 site = 1; site <= 3; ++site) {
+        EXPECT_EXIT(askWithoutMemory(site), ExitedWithCode(0), Eq("Some/Module Early/7: line 7\n"))
+            << site;
+    }
 }
 
 TEST_F(TraceEnvironmentDeathTest, aSinkSetFirstReceivesTheFirstLine) {

@@ -1,4 +1,4 @@
-"""Every block of code on the pages is compiled or run by some test, and every link leads somewhere.
+"""Every block of code on the pages is of a kind that a test looks after, and every link leads somewhere.
 
   cpp, python   lines of a program in examples/, which is built and run
   console       run by run_page.py, and what it prints is compared
