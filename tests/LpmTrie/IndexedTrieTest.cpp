@@ -156,6 +156,20 @@ TEST_F(HandBuiltIndexedTrieTest, aRootSetByHandIsWhereEverythingStarts) {
     trie().rootIs(first);
 }
 
+TEST_F(HandBuiltIndexedTrieTest, aTrieThatHasBeenEmptyMakesItselfAnIndexAgain) {
+    // No other index exists now, so that the trie's has the first number.
+    EXPECT_TRUE(TrieIndex::numbered(1).entered(trie().root()));
+    trie().rootIs(trie().root());
+    EXPECT_FALSE(TrieIndex::numbered(1).entered(trie().root()));
+    route("30.0.0.0/8");
+    EXPECT_FALSE(TrieIndex::numbered(1).entered(trie().root())) << "once set by hand";
+    removeAll(trie());
+    for (char const* const text : {"10.0.0.0/8", "20.0.0.0/8", "30.0.0.0/8", "40.0.0.0/8"}) {
+        route(text);
+    }
+    EXPECT_TRUE(TrieIndex::numbered(1).entered(trie().root()));
+}
+
 TEST_F(HandBuiltIndexedTrieTest, aSlotEmptiedByHandIsEmptyAlsoAfterInsertions) {
     Node* const top = find("10.1.0.0/16");
     Node* const below = top->bitNode(0);

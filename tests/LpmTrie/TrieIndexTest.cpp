@@ -149,6 +149,20 @@ TEST_P(TrieIndexTest, followsNodesThatComeAndGo) {
     expectRightAnswers(*index);
 }
 
+TEST_P(TrieIndexTest, givesItsStorageBackWithTheLastNode) {
+    grow(300);
+    auto const storage = [] { return Vexo::allocationCounts("LpmTrie::IndexBlock").liveBytes(); };
+    U64 const before = storage();
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    EXPECT_GT(storage(), before + 300 * sizeof(void*));
+    for (Node* const node : nodes()) {
+        index->del(node);
+    }
+    EXPECT_TRUE(index->ready());
+    EXPECT_EQ(storage(), before);
+}
+
 TEST_P(TrieIndexTest, givesUpWhenALinkIsSetByHand) {
     grow(100);
     auto const index = TrieIndex::of(trie->root(), GetParam());

@@ -1,5 +1,6 @@
 #include <Vexo/Strep.h>
 
+#include <tests/Support/AttributeRequests.h>
 #include <tests/Vexo/StrepChecks.h>
 
 #include <gtest/gtest.h>
@@ -184,6 +185,16 @@ TEST(StrepStringTest, isRefusedInATextThatNoWriterProduces) {
     expectRefused<String>("'\xc3\xa4'");
     expectRefused<String>("'\\x41'");
     expectRefused<String>("'\\x27'");
+}
+
+TEST(StrepStringTest, aRefusalTellsWhatIsMissingWhere) {
+    auto const told = [](String const& text) {
+        return TestSupport::messageOf<RangeException>([&text] { strepToValue<String>(text); });
+    };
+    EXPECT_EQ(told("'ab"),
+              "''ab': expected a closing quote at offset 3, found the end of the text");
+    EXPECT_EQ(told("'a\nb'"), "''a\\x0ab'': expected a byte that prints, or its code at offset 2, "
+                              "found '\\x0ab''");
 }
 
 }  // namespace
