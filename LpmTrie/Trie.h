@@ -27,7 +27,8 @@ class TrieIndex;
  *
  * What goes along one way between root and node (insertions, removals, look-ups, steps, most
  * searches) takes time in proportion to the depth, at most the address's bits; what labels or walks
- * over a partition, to its nodes; `verify`, to all nodes times the depth.
+ * over a partition, to its nodes; `verify` and the dumps, to the nodes that they go over, at most
+ * all, times the depth.
  *
  * Not locked: one thread at a time works on one trie, also when it only searches, because a search
  * keeps its way for the next one. Setting a root, by hand or by the first insertion, and the end of
@@ -93,7 +94,10 @@ public:
     virtual void verifyNodeProperties(Node* node);
     /** Checks every invariant of the whole trie; the first violation is fatal. Changes nothing. */
     virtual void verify();
-    /** Writes at most `dumpLimit` nodes in pre-order to the file descriptor `socket`. */
+    /**
+     * Writes at most `dumpLimit` nodes in pre-order to the file descriptor `socket`. Write errors
+     * are ignored.
+     */
     virtual void dump(U32 socket);
 
     // The object's own attributes.
@@ -229,11 +233,17 @@ public:
      */
     TrieReturnCode findParentNodeToMerge(Node* srcNode, U32 maxEntries);
 
-    // Dumps to a file descriptor, beside `dump`. Without limit.
+    // Dumps to a file descriptor, beside `dump`.
 
-    /** The partition nodes and those pending partition removal. */
+    /**
+     * The partition nodes and those pending partition removal, without limit; goes over all nodes.
+     * Write errors are ignored.
+     */
     void dumpPartition(U32 socket);
-    /** The node found for `prefix` and those that follow it. */
+    /**
+     * The node found for `prefix` and those that follow it, without limit. Write errors are
+     * ignored.
+     */
     void dumpPrefix(U32 socket, Nimbal::IpGenPrefix const& prefix);
 
     static Vexo::FwkType const fwkType_;

@@ -12,7 +12,9 @@
 
 namespace Vexo {
 
-/** The served attribute of that name, of the type itself or one that it is derived from, or null.
+/**
+ * The served attribute of that name, of the type itself or one that it is derived from, or null.
+ * All names that these declare may have to be compared, as everywhere below that a name is given.
  */
 LPMTRIE_API Attribute const* findAttribute(FwkType const& type, String const& name);
 
@@ -20,7 +22,10 @@ LPMTRIE_API Attribute const* findAttribute(FwkType const& type, String const& na
  */
 LPMTRIE_API U32 attributeNumber(FwkType const& type, String const& name);
 
-/** The served attributes in the order of their numbers: those of the base type first. */
+/**
+ * The served attributes in the order of their numbers: those of the base type first. Looks each up
+ * by its name: takes time in proportion to the square of how many are declared.
+ */
 LPMTRIE_API std::vector<Attribute const*> servedAttributes(FwkType const& type);
 
 /**

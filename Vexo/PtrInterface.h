@@ -41,7 +41,8 @@ protected:
 
 /**
  * The notifiees of one object, told in the order of their entry. One that is told may leave the
- * list, or take others from it. Not locked.
+ * list, or take others from it. Entering and leaving take time in proportion to the list. Not
+ * locked.
  */
 class LPMTRIE_API NotifieeList {
 public:

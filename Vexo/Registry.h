@@ -25,18 +25,21 @@ private:
     FwkModule const* module_;
 };
 
-/** All modules, in the order of their registration. */
+/** All modules, in the order of their registration. Takes time in proportion to them. */
 LPMTRIE_API std::vector<FwkModule const*> registeredModules();
-/** The types of a module, in the order of their numbers. */
+/**
+ * The types of a module, in the order of their numbers. Takes time in proportion to all modules and
+ * to these types.
+ */
 LPMTRIE_API std::vector<FwkType const*> registeredTypes(FwkModule const& module);
-/** The functions of a module that belong to no type. */
+/** The functions of a module that belong to no type. All modules may have to be looked at. */
 LPMTRIE_API std::span<Attribute const> registeredFunctions(FwkModule const& module);
 /** @{ Null when there is none of that name. All names there are may have to be compared. */
 LPMTRIE_API FwkModule const* findModule(String const& name);
 LPMTRIE_API FwkType const* findType(String const& qualifiedName);
 /** @} */
 
-/** Calls a module's function. */
+/** Calls a module's function. All names of its functions may have to be compared. */
 LPMTRIE_API AttributeStatus callFunction(FwkModule const& module, String const& function,
                                          std::span<Value const> operands, Value* result);
 

@@ -83,7 +83,10 @@ private:
     std::atomic<U64> bytesReleased_{0};
 };
 
-/** Counts of one type by its qualified name; all zero for a name that has allocated nothing. */
+/**
+ * Counts of one type by its qualified name; all zero for a name that has allocated nothing. Makes
+ * the listing of all types for it.
+ */
 LPMTRIE_API AllocationCounts allocationCounts(String const& typeName);
 
 /** What one type has allocated. */
@@ -91,9 +94,9 @@ struct TypeAllocationCounts {
     String typeName;          // qualified
     AllocationCounts counts;  // at the time of the question
 };
-/** One entry for each type that has ever allocated. */
+/** One entry for each type that has ever allocated, in time in proportion to them. */
 LPMTRIE_API std::vector<TypeAllocationCounts> allocationCounts();
-/** Tracked objects of all types alive now. */
+/** Tracked objects of all types alive now. Adds up what the types that ever allocated have. */
 LPMTRIE_API U64 liveAllocations() noexcept;
 
 namespace Detail {

@@ -9,7 +9,7 @@
 /*
  * What a type shows by name, as constant data. A type's description names the type it is derived
  * from, its attributes in their order, its generic operations if it is a value type, and how one is
- * made. Attribute.h builds the rows from member pointers; AttributeOperation.h serves requests from
+ * made. Attribute.h builds the rows from member pointers; AttributeAccess.h serves requests from
  * them.
  */
 
@@ -23,29 +23,36 @@ struct TypeRef {
     bool reference = false;         // the latter
 };
 
-/** What an attribute is: something to read or write, to call, or to look keys up in. */
-enum class AttributeKind : U8 { value, function, collection };
+/** What an attribute is. */
+enum class AttributeKind : U8 {
+    value,      // to read, or to read and write
+    function,   // to call
+    collection  // to look keys up in
+};
 
-/** What can be asked of an attribute, or, the three of the second line, of a value as a whole. */
+/** What can be asked of an attribute, or of a value as a whole. */
 enum class AttributeOperation : U8 {
-    get,
-    set,
-    call,
-    truth,
-    equal,
-    less,
-    // of a collection
-    lookUp,
-    put,
-    erase,
-    count,
-    capacity,
-    contains,
-    keyAt
+    get,       // a value's: to read it
+    set,       // a value's: to write it
+    call,      // a function's: to call it
+    truth,     // of a whole value: whether it is true
+    equal,     // of a whole value: whether it equals another of its type
+    less,      // of a whole value: whether it stands before another of its type
+    lookUp,    // a collection's: what there is under a key
+    put,       // a collection's: to enter something under a key
+    erase,     // a collection's: to take a key's entry out
+    count,     // a collection's: how many entries there are
+    capacity,  // a collection's: how many entries fit before its table grows
+    contains,  // a collection's: whether there is an entry of a key
+    keyAt      // a collection's: the key of an entry by its number
 };
 
 /** What became of a request. Operands of wrong types are exceptions instead. */
-enum class AttributeStatus : U8 { done, operationNotAllowed, noSuchAttribute };
+enum class AttributeStatus : U8 {
+    done,                 // the answer is there
+    operationNotAllowed,  // the attribute, or the type of the value, does not offer it
+    noSuchAttribute       // the type serves none of that name
+};
 
 /** One request and the place of its answer. */
 struct AttributeRequest {

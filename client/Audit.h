@@ -7,15 +7,15 @@ namespace LpmClient {
 
 /** What can be wrong in a chip. */
 enum class DifferenceKind : U8 {
-    bucketMissing,
-    bucketStray,
-    bindingMissing,
-    bindingStray,
-    bindingWrong,  // bound to another bucket
-    routeMissing,
-    routeStray,
-    routeWrong,  // another next hop
-    coverWrong   // missing, stray or another one
+    bucketMissing,   // a partition's bucket is not allocated
+    bucketStray,     // a bucket is allocated that serves no partition
+    bindingMissing,  // a partition's prefix is bound to no bucket
+    bindingStray,    // a prefix is bound that is no partition's
+    bindingWrong,    // a partition's prefix is bound to another bucket
+    routeMissing,    // a bucket lacks a route of its partition
+    routeStray,      // a bucket holds a route that is not in its partition
+    routeWrong,      // a route has another next hop
+    coverWrong       // a bucket's covering route is missing, stray or another one
 };
 /** As many as there are. */
 constexpr std::size_t differenceKinds = 9;

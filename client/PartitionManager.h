@@ -52,9 +52,10 @@ struct ManagerCounts {
  * chip, and both in agreement at all times.
  *
  * Each update either succeeds in both or changes neither and is owed: `retry` takes up what is
- * owed. One that finds no memory throws std::bad_alloc: it has changed neither and is not owed.
- * While an update runs, each address gets, after each single hardware write, either the
- * answer from before the update or the one after it.
+ * owed. One that finds no memory throws std::bad_alloc, and one of a prefix that the table cannot
+ * take throws std::invalid_argument: it has changed neither and is not owed. While an update runs,
+ * each address gets, after each single hardware write, either the answer from before the update or
+ * the one after it.
  *
  * Managers may share a chip and the bitmap of bucket numbers, each on a thread of its own
  * (thread-safe-pointer mode must be on then); one manager serves one thread at a time. The
@@ -80,17 +81,23 @@ public:
     PartitionManager& operator=(PartitionManager const&) = delete;
     ~PartitionManager();
 
-    /** Adds a route, or changes its next hop. The prefix is of the table's family, host bits clear.
+    /**
+     * Adds a route, or changes its next hop. Throws std::invalid_argument when the prefix is of
+     * another family than the table's, is longer than that family's addresses, or has host bits
+     * set.
      */
     Outcome announce(Route const& route);
-    /** Takes a route away. `unchanged`: there is none; what was owed for it is not owed any more.
+    /**
+     * Takes a route away. `unchanged`: there is none; what was owed for it is not owed any more.
+     * Throws std::invalid_argument as `announce` does.
      */
     Outcome withdraw(Nimbal::IpGenPrefix const& prefix);
     /**
      * Takes a whole table at once into an empty one, cut into the fewest buckets possible, each
      * route written once. Of routes of one prefix the last counts. All or nothing; nothing is owed
      * for it, and once it is done nothing older either. Takes O(d) time a route.
-     * Throws std::logic_error when the table is not empty.
+     * Throws std::logic_error when the table is not empty, and std::invalid_argument for a prefix
+     * as `announce` does.
      */
     Outcome download(std::span<Route const> routes);
     /**

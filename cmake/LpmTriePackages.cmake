@@ -71,8 +71,9 @@ which CMake and pkg-config find the library.")
 lpmtrie_package(tools NAME lpmtrie-tools SECTION net
     DESCRIPTION "IP routing tables divided over bounded buckets - command
 ${lpmtrie_about}
-This package holds the command lpmtrie, which loads routing tables into
-such a trie, draws them and tells how they fill their buckets.")
+This package holds the command lpmtrie, which plans how routing tables
+and their updates program a chip, compares tables, looks addresses up,
+loads and draws tables and tells how they fill their buckets.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 
 lpmtrie_package(python NAME python3-lpmtrie SECTION python

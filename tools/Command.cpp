@@ -1,6 +1,6 @@
 /*
- * The command line: hands over to the subcommands, each in a file of its own. What can go wrong in
- * them comes back here as an exception and leaves as one line and an exit status.
+ * The command line: hands over to the subcommands, in *Command.cpp and *Commands.cpp. What can go
+ * wrong in them comes back here as an exception and leaves as one line and an exit status.
  */
 
 #include <tools/Command.h>
