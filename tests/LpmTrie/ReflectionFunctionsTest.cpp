@@ -94,15 +94,13 @@ TEST_F(ReflectionFunctionsTest, noTrieIsAnErrorThatNamesTheParameter) {
     Operands const route{none, box(prefix("10.0.0.0/8"))};
     Operands const insertion{none,   box(prefix("10.0.0.0/8")), box(true), box(false), box(id()),
                              box(4U)};
-    for (auto const& [function, operands] :
-         {std::pair<String, Operands>{"insertionRefusal", insertion},
-          {"longestMatch", route},
-          {"partitionOf", route},
-          {"removeAll", {none}}}) {
-        String const told = messageOf<ConversionException>(
-            [&function, &operands] { statusOf(function, operands); });
-        EXPECT_THAT(told, testing::HasSubstr("parameter 'trie'")) << function;
-        EXPECT_THAT(told, testing::HasSubstr("None")) << function;
+    auto const told = [](String const& function, Operands const& operands) {
+        return messageOf<ConversionException>([&] { statusOf(function, operands); });
+    };
+    for (String const& message : {told("insertionRefusal", insertion), told("longestMatch", route),
+                                  told("partitionOf", route), told("removeAll", {none})}) {
+        EXPECT_THAT(message, testing::HasSubstr("parameter 'trie'"));
+        EXPECT_THAT(message, testing::HasSubstr("None"));
     }
 }
 
