@@ -231,6 +231,12 @@ TEST_P(PtrTest, comparesAcrossClassesOfOneObject) {
     EXPECT_TRUE(covered == body);
     EXPECT_TRUE(object == covered);
     EXPECT_FALSE(body == Ptr<Limb>(new Limb));
+    Ptr<Covered> const none;
+    EXPECT_FALSE(Ptr<Body>(none)) << "null wherever the class lies in the object";
+    EXPECT_FALSE(Ptr<PtrInterface>(none));
+    EXPECT_TRUE(none == Ptr<Body>());
+    EXPECT_TRUE(Ptr<PtrInterface>() == none);
+    EXPECT_FALSE(none == body);
 }
 
 TEST_P(PtrTest, hashesByIdentity) {
