@@ -195,6 +195,10 @@ TEST(StrepStringTest, aRefusalTellsWhatIsMissingWhere) {
               "''ab': expected a closing quote at offset 3, found the end of the text");
     EXPECT_EQ(told("'a\nb'"), "''a\\x0ab'': expected a byte that prints, or its code at offset 2, "
                               "found '\\x0ab''");
+    EXPECT_EQ(told("'\\xg0'"),
+              "''\\xg0'': expected two hexadecimal digits at offset 3, found 'g0''");
+    EXPECT_EQ(told("'\\x0g'"),
+              "''\\x0g'': expected two hexadecimal digits at offset 4, found 'g''");
 }
 
 }  // namespace

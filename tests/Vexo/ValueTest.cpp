@@ -51,6 +51,7 @@ TEST_F(ValueTest, numbersOfAllWidthsTravelAsTheNarrowestThatHoldsThem) {
     EXPECT_EQ(box(U64{0xffffffffU}).type(), &Vexo::u32Type);
     EXPECT_EQ(box(U64{1} << 32).type(), &Vexo::u64Type);
     for (U64 const number : {U64{0}, U64{255}, U64{0xffffffffU}, U64{1} << 32, ~U64{0}}) {
+        EXPECT_EQ(Vexo::boxResult<U64>([number] { return number; }).type(), box(number).type());
         EXPECT_EQ(unbox<U64>(box(number), "place"), number);
     }
     EXPECT_EQ(unbox<U8>(box(U64{255}), "place"), 255U);
