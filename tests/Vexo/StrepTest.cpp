@@ -33,6 +33,19 @@ TEST(StrepTest, booleansAreTrueAndFalse) {
     expectRoundTrip(false, "False");
 }
 
+TEST(StrepTest, aBooleanIsReadOverWhateverWasThere) {
+    for (bool const before : {false, true}) {
+        bool value = before;
+        CharRange no("False");
+        sequenceToValue(no, &value);
+        EXPECT_FALSE(value);
+        value = before;
+        CharRange yes("True");
+        sequenceToValue(yes, &value);
+        EXPECT_TRUE(value);
+    }
+}
+
 TEST(StrepTest, nothingElseIsABoolean) {
     for (char const* text : {"true", "TRUE", "1", "0", "None", "'True'", "FalsE", "TrueFalse"}) {
         expectRefused<bool>(text);
