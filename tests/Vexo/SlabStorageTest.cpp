@@ -90,8 +90,8 @@ std::size_t addressSpace() {
     ::getrlimit(RLIMIT_AS, &limit);
     std::array<std::size_t, 2> taken{};
     for (std::size_t round = 0; round < taken.size(); ++round) {
-        // Room for some blocks, and for what it takes to throw.
-        limit.rlim_cur = addressSpace() + (std::size_t{24} << 20);
+        // Room for many blocks, and for what it takes to throw.
+        limit.rlim_cur = addressSpace() + (std::size_t{96} << 20);
         ::setrlimit(RLIMIT_AS, &limit);
         try {
             for (;; ++taken[round]) {
@@ -105,7 +105,7 @@ std::size_t addressSpace() {
     }
     // A block is cut out of what is mapped for it, and the rest given back: no room is lost to
     // that.
-    std::size_t const least = (std::size_t{16} << 20) / bytes;
+    std::size_t const least = (std::size_t{64} << 20) / bytes;
     ::_exit(taken[0] > least && taken[1] > least ? 0 : 1);
 }
 
