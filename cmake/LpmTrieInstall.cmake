@@ -1,7 +1,7 @@
 # What `cmake --install` lays down, in five components:
 #
 #   library      the shared library
-#   development  headers, the static library, the CMake package, the pkg-config files
+#   development  headers, the static library, the CMake package, the pkg-config files, the manual page
 #   tools        the command, its manual page and its completion in bash
 #   python       the Python package
 #   client       headers and static library of the reference client
@@ -73,6 +73,8 @@ lpmtrie_pkg_config(lpmtrie "Routing tables divided over bounded hardware buckets
 lpmtrie_pkg_config(lpmtrie-static
     "Routing tables divided over bounded hardware buckets, linked statically" "-l:liblpmtrie.a")
 
+install(FILES docs/lpmtrie.3 DESTINATION "${CMAKE_INSTALL_MANDIR}/man3" COMPONENT development)
+
 # The reference client, outside of the export: it goes with either library.
 install(DIRECTORY client
     DESTINATION "${lpmtrie_include_dir}"
@@ -87,9 +89,7 @@ if(TARGET lpmtrie)
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
         RENAME lpmtrie
         COMPONENT tools)
-    if(EXISTS "${PROJECT_SOURCE_DIR}/docs/lpmtrie.1")
-        install(FILES docs/lpmtrie.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
-    endif()
+    install(FILES docs/lpmtrie.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
 endif()
 
 # The Python package looks for the library beside itself first: a link there makes it find the one

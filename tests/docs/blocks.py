@@ -1,12 +1,15 @@
-"""Every block of code on the pages is of a kind that a test looks after, and every link leads somewhere.
+"""Every block of code on the pages is of a kind that a test looks after, every link leads somewhere, and
+the library's manual page names what is there.
 
   cpp, python   lines of a program in examples/, which is built and run
   console       run by run_page.py, and what it prints is compared
   cmake         built by build_lines.py
-  sh            scripts of this repository that take minutes: they are there and have no fault of form
+  sh            scripts of this repository that take minutes: run by scripts/pages, and here they are there and
+                have no fault of form
 """
 
 import os
+import re
 import subprocess
 import sys
 
@@ -86,8 +89,27 @@ def unreached():
     return (f"{page.name}: no link leads there" for page in pages.pages() if page not in reached)
 
 
+def manual_faults():
+    """Names in the library's manual page that no header knows."""
+    page = pages.ROOT / "docs" / "lpmtrie.3"
+    headers = "".join(header.read_text() for folder in ("Vexo", "Torvel", "Nimbal", "LpmTrie")
+                      for header in (pages.ROOT / folder).glob("*.h"))
+    lines = re.findall(r"^\.(?:Fn|Vt|In) (.*)$|^\.Pq (?:Vt|In) (.*)$", page.read_text(), re.MULTILINE)
+    names = [name for line in lines for name in "".join(line).replace(",", " ").split()]
+    if len(names) < 10:
+        yield f"{page.name}: no names found"
+    for name in names:
+        if name.endswith(".h"):
+            known = (pages.ROOT / name).exists() or name == "LpmTrie/Version.h"  # made by CMake
+        else:
+            known = name in (";", "std::bad_alloc") or re.search(rf"\b{name.split('::')[-1]}\b", headers)
+        if not known:
+            yield f"{page.name}: no header knows {name}"
+
+
 def main():
-    faults = [fault for page in pages.pages() for fault in page_faults(page)] + list(unreached())
+    faults = [fault for page in pages.pages() for fault in page_faults(page)] + [
+        *unreached(), *manual_faults()]
     if faults:
         sys.exit("\n".join(faults))
 

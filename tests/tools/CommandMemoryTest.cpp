@@ -103,23 +103,16 @@ private:
     /** Where the JSON library's destructors find no memory, the process ends. */
     Run runInChild(Vexo::U64 site) const {
         constexpr int unharmed = 100;
-        PipeEnds err;
-        pid_t const child = ::fork();
-        if (child == 0) {
-            ::dup2(err.writing.number(), 2);
-            ::dup2(nowhere_.number(), 1);
+        Ended const ended = ToolsTest::runInChild(nowhere_.number(), [&] {
             bool failed = false;
             int const status = runHere(site, failed);
-            ::_exit(failed ? status : status + unharmed);
-        }
-        err.writing.close();
+            return failed ? status : status + unharmed;
+        });
+        EXPECT_LT(ended.status, 1000) << "ended by a signal at allocation number " << site;
         Run run;
-        run.told = err.reading.readAll();
-        int status = 0;
-        EXPECT_EQ(::waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status)) << "ended by a signal at allocation number " << site;
-        run.failed = WEXITSTATUS(status) < unharmed;
-        run.status = WEXITSTATUS(status) % unharmed;
+        run.told = ended.err;
+        run.failed = ended.status < unharmed;
+        run.status = ended.status % unharmed;
         return run;
     }
     std::vector<std::string> withFiles() const {

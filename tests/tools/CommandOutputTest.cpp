@@ -1,3 +1,8 @@
+#include <tools/Command.h>
+
+#include <tests/Support/Instrumented.h>
+#include <tests/tools/FailingCalls.h>
+#include <tests/tools/OutputWorld.h>
 #include <tests/tools/RunCommand.h>
 #include <tests/tools/TemporaryFiles.h>
 
@@ -6,6 +11,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -23,27 +30,53 @@ struct Call {
     char const* name;
     std::vector<std::string> arguments;  // TABLE stands for a table's file
     int failed = 1;                      // the exit status
+    bool tellsTime = false;
 };
 
 std::vector<Call> const calls{
     {"help", {"--help"}},
     {"commandHelp", {"plan", "--help"}},
-    {"plan", {"plan", "TABLE", "--check=9"}},
-    {"planJson", {"plan", "TABLE", "--check=9", "--json"}},
-    {"planCsv", {"plan", "TABLE", "--check=9", "--csv"}},
+    {"plan", {"plan", "TABLE", "--check=9"}, 1, true},
+    {"planJson", {"plan", "TABLE", "--check=9", "--json"}, 1, true},
+    {"planCsv", {"plan", "TABLE", "--check=9", "--csv"}, 1, true},
     {"diff", {"diff", "TABLE", "/dev/null"}, 2},
     {"diffList", {"diff", "TABLE", "/dev/null", "--list"}, 2},
     {"lookup", {"lookup", "10.0.0.1", "--table", "TABLE"}},
     {"lookupJson", {"lookup", "10.0.0.1", "--table", "TABLE", "--json"}},
-    {"load", {"load", "TABLE"}},
-    {"loadJson", {"load", "TABLE", "--json"}},
+    {"load", {"load", "TABLE"}, 1, true},
+    {"loadJson", {"load", "TABLE", "--json"}, 1, true},
     {"generate", {"generate", "--ipv4=10", "--ipv6=0"}},
     {"generateMuch", {"generate", "--ipv4=20000", "--ipv6=0"}},
     {"dump", {"dump", "TABLE"}},
-    {"dumpMuch", {"dump", "--builtin", "--ipv4=20000", "--ipv6=0"}},
+    {"dumpMuch", {"dump", "--builtin", "--ipv4=2000", "--ipv6=0"}},
     {"dumpPartition", {"dump-partition", "TABLE"}},
     {"dumpPrefix", {"dump-prefix", "10.0.0.0/8", "TABLE"}},
 };
+
+// A sanitizer's runs take long: of many calls of the system some fail.
+constexpr Vexo::U64 step = LPMTRIE_INSTRUMENTED ? 13 : 1;
+
+constexpr int unharmed = 100;
+
+/** The status with which the command ends in a process where nothing is run after it. */
+int statusOf(std::vector<std::string> const& arguments) {
+    std::vector<char const*> pointers{"lpmtrie"};
+    for (std::string const& argument : arguments) {
+        pointers.push_back(argument.c_str());
+    }
+    return LpmTools::runCommand(static_cast<int>(pointers.size()), pointers.data());
+}
+
+/** The command with a failing call of the system; where there is none, its status and `unharmed`.
+ */
+Ended runFailing(SystemCall call, Vexo::U64 number, int error, int out,
+                 std::vector<std::string> const& arguments) {
+    return runInChild(out, [&] {
+        FailingCall const failing(call, number, error);
+        int const status = statusOf(arguments);
+        return failing.hasHappened() ? status : status + unharmed;
+    });
+}
 
 class CommandOutputTest : public testing::TestWithParam<Call> {
 protected:
@@ -104,6 +137,37 @@ TEST_P(CommandOutputTest, outputThatMayNotGrowIsTold) {
         expectFailure(runWithin(static_cast<int>(blocks), arguments(), out), "File too large");
         EXPECT_EQ(std::filesystem::file_size(out), blocks * 512);
     }
+}
+
+TEST_P(CommandOutputTest, writeThatFailsIsToldWhicheverItIs) {
+    int const good = GetParam().failed == 2 ? 1 : 0;  // diff answers 1 where tables differ
+    Vexo::U64 number = 1;
+    for (;; number += step + number / 8) {  // of long outputs, some of the later ones
+        Descriptor const out = openForWriting(files_.path("out"));
+        Ended const ended =
+            runFailing(SystemCall::write, number, ENOSPC, out.number(), arguments());
+        if (ended.status >= unharmed) {
+            EXPECT_EQ(ended.status, good + unharmed);
+            EXPECT_EQ(ended.err, "");
+            break;
+        }
+        ASSERT_NO_FATAL_FAILURE(expectFailure(ended, "No space left on device")) << number;
+    }
+    EXPECT_GT(number, 1U);
+}
+
+TEST_P(CommandOutputTest, interruptedAndPartialWritesLoseNothing) {
+    if (GetParam().tellsTime) {
+        GTEST_SKIP() << "no two outputs are the same";
+    }
+    std::string const whole = run(arguments()).out;
+    ASSERT_NE(whole, "");
+    std::string const path = files_.path("out");
+    runInChild(openForWriting(path).number(), [&] {
+        TricklingWrites const trickling;
+        return statusOf(arguments());
+    });
+    EXPECT_TRUE(contentOf(path) == whole);
 }
 
 class CommandOutputFileTest : public testing::TestWithParam<char const*> {
@@ -169,10 +233,35 @@ TEST_P(CommandOutputFileTest, fileThatMayNotGrowStaysAsItWas) {
         runWithin(blocks, {"plan", table_, "--check=9", GetParam(), file}, "/dev/null");
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.err, "lpmtrie: " + file + ": cannot write: File too large\n");
-    std::string contents;
-    std::getline(std::ifstream(file), contents);
-    EXPECT_EQ(contents, "before");
+    EXPECT_EQ(contentOf(file), "before");
     EXPECT_EQ(names(), (std::set<std::string>{"table", "file"}));
+}
+
+TEST_P(CommandOutputFileTest, callThatFailsIsToldWhicheverItIs) {
+    Descriptor const nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    std::string const file = files_.path("file");
+    for (auto const& [call, error] :
+         {std::pair{SystemCall::write, ENOSPC}, std::pair{SystemCall::close, EDQUOT},
+          std::pair{SystemCall::rename, EACCES}}) {
+        Vexo::U64 number = 1;
+        for (;; number += 1) {
+            files_.write("file", "before");
+            Ended const ended = runFailing(call, number, error, nowhere.number(),
+                                           {"plan", table_, "--check=9", GetParam(), file});
+            EXPECT_EQ(names(), (std::set<std::string>{"table", "file"}));
+            if (ended.status >= unharmed) {
+                EXPECT_EQ(ended.status, unharmed);
+                EXPECT_EQ(ended.err, "");
+                EXPECT_NE(contentOf(file), "before");
+                break;
+            }
+            ASSERT_EQ(ended.status, 1);
+            EXPECT_EQ(ended.err,
+                      "lpmtrie: " + file + ": cannot write: " + std::strerror(error) + "\n");
+            EXPECT_EQ(contentOf(file), "before");
+        }
+        EXPECT_GT(number, 1U);
+    }
 }
 
 }  // namespace

@@ -59,6 +59,10 @@ inline void readBoth(pid_t process, Descriptor const& out, Descriptor const& err
     }
 }
 
+inline int statusOf(int wait) {
+    return WIFEXITED(wait) ? WEXITSTATUS(wait) : 1000 + WTERMSIG(wait);
+}
+
 class SpawnActions {
 public:
     SpawnActions() {
@@ -131,7 +135,28 @@ inline Ended runProgram(std::vector<std::string> const& arguments, Streams const
     detail::readBoth(process, out.reading, err.reading, ended);
     int status = 0;
     if (::waitpid(process, &status, 0) == process) {
-        ended.status = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+        ended.status = detail::statusOf(status);
+    }
+    return ended;
+}
+
+/** Runs `action`, which answers an exit status, in a child process whose standard output is `out`.
+ */
+template <class Action>
+Ended runInChild(int out, Action const& action) {
+    PipeEnds err;
+    pid_t const child = ::fork();
+    if (child == 0) {
+        ::dup2(err.writing.number(), STDERR_FILENO);
+        ::dup2(out, STDOUT_FILENO);
+        ::_exit(action());
+    }
+    err.writing.close();
+    Ended ended;
+    ended.err = err.reading.readAll();
+    int status = 0;
+    if (child > 0 && ::waitpid(child, &status, 0) == child) {
+        ended.status = detail::statusOf(status);
     }
     return ended;
 }
