@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <utility>
 #include <vector>
@@ -107,12 +108,16 @@ private:
     static constexpr std::size_t none = ~std::size_t{0};
     static constexpr std::size_t smallestTable = 8;
     static constexpr U32 emptyCell = ~U32{0};
-    static constexpr std::size_t mostEntries = emptyCell;
 
     struct Cell {
         U32 hash = 0;
         U32 entry = emptyCell;
     };
+
+    // What a cell can number; of 32-bit sizes, what vectors of twice as many entries or cells can
+    // hold.
+    static constexpr std::size_t mostEntries =
+        std::min<std::size_t>(emptyCell, PTRDIFF_MAX / (4 * std::max(sizeof(Entry), sizeof(Cell))));
 
     std::size_t home(U32 hash) const noexcept { return hash & (cells_.size() - 1); }
     std::size_t after(std::size_t cell) const noexcept { return (cell + 1) & (cells_.size() - 1); }

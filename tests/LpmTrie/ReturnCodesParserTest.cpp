@@ -26,7 +26,14 @@ using Vexo::String;
 using Vexo::U64;
 using Vexo::valueToStrep;
 
-/** Nodes that are nowhere: in a text a node is a number. */
+/** Nodes that are nowhere: in a text a node is a number, of as many bits as the machine's. */
+#if UINTPTR_MAX > 0xffffffff
+#define TWO "0x7fff12345678"
+#define THREE "0xffffffffffffffff"
+#else
+#define TWO "0x12345678"
+#define THREE "0xffffffff"
+#endif
 Node* nodeAt(U64 address) {
     return reinterpret_cast<Node*>(address);  // NOLINT(performance-no-int-to-ptr)
 }
@@ -47,9 +54,9 @@ template <class R>
 struct Sample;
 template <>
 struct Sample<TrieReturnCode> {
-    static constexpr auto text = "Value('LpmTrie::TrieReturnCode', ** {'node': 0x10, "
-                                 "'partitionNode': 0x7fff12345678, 'coveringPrefixNode': "
-                                 "0xffffffffffffffff, 'dirty': True})"sv;
+    static constexpr auto text =
+        "Value('LpmTrie::TrieReturnCode', ** {'node': 0x10, "
+        "'partitionNode': " TWO ", 'coveringPrefixNode': " THREE ", 'dirty': True})"sv;
     static constexpr auto zeros = "Value('LpmTrie::TrieReturnCode', ** {'node': None, "
                                   "'partitionNode': None, 'coveringPrefixNode': None, "
                                   "'dirty': False})"sv;
@@ -74,7 +81,7 @@ struct Sample<TrieTraversalReturnCode> {
 template <>
 struct Sample<TrieFindMergeReturnCode> {
     static constexpr auto text = "Value('LpmTrie::TrieFindMergeReturnCode', ** {'fromNode': 0x10, "
-                                 "'toNode': 0x7fff12345678, 'dirty': True})"sv;
+                                 "'toNode': " TWO ", 'dirty': True})"sv;
     static constexpr auto zeros = "Value('LpmTrie::TrieFindMergeReturnCode', ** {'fromNode': None, "
                                   "'toNode': None, 'dirty': False})"sv;
     static TrieFindMergeReturnCode value() { return findMerge(one, two, true); }
@@ -149,9 +156,8 @@ void expectBooleansRefused(std::string_view name) {
 }
 
 TEST(TrieReturnCodeParserTest, namesTheFieldWhoseValueIsWrong) {
-    expectNodesRefused<TrieReturnCode>({{"node", "0x10"},
-                                        {"partitionNode", "0x7fff12345678"},
-                                        {"coveringPrefixNode", "0xffffffffffffffff"}});
+    expectNodesRefused<TrieReturnCode>(
+        {{"node", "0x10"}, {"partitionNode", TWO}, {"coveringPrefixNode", THREE}});
     expectBooleansRefused<TrieReturnCode>("dirty");
 }
 
@@ -171,8 +177,7 @@ TEST(TrieTraversalReturnCodeParserTest, namesTheFieldWhoseValueIsWrong) {
 }
 
 TEST(TrieFindMergeReturnCodeParserTest, namesTheFieldWhoseValueIsWrong) {
-    expectNodesRefused<TrieFindMergeReturnCode>(
-        {{"fromNode", "0x10"}, {"toNode", "0x7fff12345678"}});
+    expectNodesRefused<TrieFindMergeReturnCode>({{"fromNode", "0x10"}, {"toNode", TWO}});
     expectBooleansRefused<TrieFindMergeReturnCode>("dirty");
 }
 

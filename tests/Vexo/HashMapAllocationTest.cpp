@@ -137,7 +137,7 @@ TEST(HashMapAllocationTest, aReservationThatFailsChangesNothing) {
 TEST(HashMapAllocationTest, anImpossibleReservationIsRefused) {
     for (U32 const entries : {0U, 10U}) {
         for (std::size_t const more : {SIZE_MAX, SIZE_MAX - 5, SIZE_MAX / 2, SIZE_MAX / 4,
-                                       SIZE_MAX / sizeof(NumberEntry), SIZE_MAX / 64}) {
+                                       SIZE_MAX / sizeof(NumberEntry), SIZE_MAX / 32}) {
             Map map = mapOf(entries);
             EXPECT_THROW(map.reserve(more), std::bad_alloc) << entries << " and " << more;
             expectIsMapOf(entries, map);

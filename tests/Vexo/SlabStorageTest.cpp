@@ -20,7 +20,7 @@ namespace {
 using Vexo::SlabStorage;
 
 std::size_t boundaryOf(std::size_t bytes) {
-    return bytes % 16 == 0 ? 16 : 8;
+    return bytes % 16 == 0 ? 16 : bytes % 8 == 0 ? 8 : sizeof(void*);
 }
 
 TEST(SlabStorageTest, slotsDoNotOverlapAndSuitTheirObjects) {
