@@ -145,7 +145,7 @@ public:
     Zeros(std::string head, U64 size, U64& given)
         : head_(std::move(head)), size_(size), given_(given) {}
     std::size_t read(std::span<char> buffer) override {
-        std::size_t const count = std::min(buffer.size(), static_cast<std::size_t>(size_ - given_));
+        auto const count = static_cast<std::size_t>(std::min<U64>(buffer.size(), size_ - given_));
         std::fill_n(buffer.begin(), count, '\0');
         std::copy_n(head_.begin(), std::min(count, head_.size()), buffer.begin());
         head_.clear();
