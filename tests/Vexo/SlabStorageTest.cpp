@@ -20,7 +20,8 @@ namespace {
 using Vexo::SlabStorage;
 
 std::size_t boundaryOf(std::size_t bytes) {
-    return bytes % 16 == 0 ? 16 : bytes % 8 == 0 ? 8 : sizeof(void*);
+    std::size_t const boundary = bytes % 16 == 0 ? 16 : bytes % 8 == 0 ? 8 : sizeof(void*);
+    return std::min(boundary, alignof(std::max_align_t));
 }
 
 TEST(SlabStorageTest, slotsDoNotOverlapAndSuitTheirObjects) {
