@@ -1,5 +1,3 @@
-#include <tools/Command.h>
-
 #include <tests/Support/AllocationFailure.h>
 #include <tests/Support/Instrumented.h>
 #include <tests/Support/LeakCheck.h>
@@ -89,14 +87,11 @@ protected:
 
 private:
     int runHere(Vexo::U64 site, bool& failed) const {
-        std::vector<char const*> pointers{"lpmtrie"};
-        for (std::string const& argument : arguments_) {
-            pointers.push_back(argument.c_str());
-        }
+        CallHere const command(arguments_);
         // The dumps are written by a thread of their own.
         TestSupport::AllocationFailure const failure(site, std::get<1>(GetParam()),
                                                      TestSupport::CountedThreads::all);
-        int const status = LpmTools::runCommand(static_cast<int>(pointers.size()), pointers.data());
+        int const status = command.run();
         failed = failure.hasHappened();
         return status;
     }

@@ -1,5 +1,3 @@
-#include <tools/Command.h>
-
 #include <tests/Support/Instrumented.h>
 #include <tests/tools/FailingCalls.h>
 #include <tests/tools/OutputWorld.h>
@@ -58,22 +56,12 @@ constexpr Vexo::U64 step = LPMTRIE_INSTRUMENTED ? 13 : 1;
 
 constexpr int unharmed = 100;
 
-/** The status with which the command ends in a process where nothing is run after it. */
-int statusOf(std::vector<std::string> const& arguments) {
-    std::vector<char const*> pointers{"lpmtrie"};
-    for (std::string const& argument : arguments) {
-        pointers.push_back(argument.c_str());
-    }
-    return LpmTools::runCommand(static_cast<int>(pointers.size()), pointers.data());
-}
-
-/** The command with a failing call of the system; where there is none, its status and `unharmed`.
- */
+/** The command while a call of the system fails; if none does, its status and `unharmed`. */
 Ended runFailing(SystemCall call, Vexo::U64 number, int error, int out,
                  std::vector<std::string> const& arguments) {
     return runInChild(out, [&] {
         FailingCall const failing(call, number, error);
-        int const status = statusOf(arguments);
+        int const status = CallHere(arguments).run();
         return failing.hasHappened() ? status : status + unharmed;
     });
 }
@@ -163,9 +151,10 @@ TEST_P(CommandOutputTest, interruptedAndPartialWritesLoseNothing) {
     std::string const whole = run(arguments()).out;
     ASSERT_NE(whole, "");
     std::string const path = files_.path("out");
+    std::vector<std::string> const all = arguments();
     runInChild(openForWriting(path).number(), [&] {
         TricklingWrites const trickling;
-        return statusOf(arguments());
+        return CallHere(all).run();
     });
     EXPECT_TRUE(contentOf(path) == whole);
 }

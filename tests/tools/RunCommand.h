@@ -1,5 +1,7 @@
 #pragma once
 
+#include <tools/Command.h>
+
 #include <tests/Support/Directories.h>
 #include <tests/tools/Descriptors.h>
 
@@ -168,5 +170,23 @@ inline Ended run(std::vector<std::string> arguments, Streams const& streams = {}
     arguments.insert(arguments.begin(), commandPath);
     return runProgram(arguments, streams);
 }
+
+/** A call of it in this process. */
+class CallHere {
+public:
+    /** The arguments must outlive it. */
+    explicit CallHere(std::vector<std::string> const& arguments) {
+        for (std::string const& argument : arguments) {
+            pointers_.push_back(argument.c_str());
+        }
+    }
+    /** Its exit status. */
+    int run() const {
+        return LpmTools::runCommand(static_cast<int>(pointers_.size()), pointers_.data());
+    }
+
+private:
+    std::vector<char const*> pointers_{"lpmtrie"};
+};
 
 }  // namespace ToolsTest
