@@ -129,6 +129,7 @@ void IndexBlock::nodesIs(U64 added, std::array<Node*, 64> const& nodes) {
     U32 to = after;
     for (U64 left = together; from != to; --to) {
         U32 const place = highest(left);
+        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): a place is left
         left &= ~(U64{1} << place);
         piece[to - 1] = has(added, place) ? reinterpret_cast<U64>(nodes[place]) : old[--from];
     }

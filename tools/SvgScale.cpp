@@ -46,9 +46,11 @@ SvgRange widened(SvgRange range, double step) noexcept {
 
 std::vector<double> ticksOf(SvgRange range, double step) {
     std::vector<double> ticks;
+    double const first = std::ceil(range.from / step - 1e-9);
     double const last = std::floor(range.to / step + 1e-9);
-    for (double number = std::ceil(range.from / step - 1e-9); number <= last; ++number) {
-        ticks.push_back(number * step);
+    auto const count = static_cast<std::size_t>(std::max(0.0, last - first + 1));
+    for (std::size_t i = 0; i < count; ++i) {
+        ticks.push_back((first + static_cast<double>(i)) * step);
     }
     return ticks;
 }
