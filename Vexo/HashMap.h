@@ -114,8 +114,7 @@ private:
         U32 entry = emptyCell;
     };
 
-    // What a cell can number; of 32-bit sizes, what vectors of twice as many entries or cells can
-    // hold.
+    // What a cell can number, or where sizes have 32 bits, what vectors that have doubled can hold.
     static constexpr std::size_t mostEntries =
         std::min<std::size_t>(emptyCell, PTRDIFF_MAX / (4 * std::max(sizeof(Entry), sizeof(Cell))));
 

@@ -233,7 +233,7 @@ TEST_P(CommandOutputFileTest, callThatFailsIsToldWhicheverItIs) {
          {std::pair{SystemCall::write, ENOSPC}, std::pair{SystemCall::close, EDQUOT},
           std::pair{SystemCall::rename, EACCES}}) {
         Vexo::U64 number = 1;
-        for (;; number += 1) {
+        for (;; ++number) {
             files_.write("file", "before");
             Ended const ended = runFailing(call, number, error, nowhere.number(),
                                            {"plan", table_, "--check=9", GetParam(), file});

@@ -94,13 +94,12 @@ ssize_t __wrap_write(int file, void const* bytes, size_t size) {
 int __wrap_close(int file) {
     using namespace ToolsTest;
     bool const failing = wanted && isWritableRegularFile(file) && fails(SystemCall::close);
-    int const error = errno;
     int const result = __real_close(file);
     if (!failing) {
         return result;
     }
     // As the system does: the descriptor is gone, what was written may be, too.
-    errno = error;
+    errno = wanted->error;
     return -1;
 }
 

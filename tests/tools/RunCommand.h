@@ -142,8 +142,7 @@ inline Ended runProgram(std::vector<std::string> const& arguments, Streams const
     return ended;
 }
 
-/** Runs `action`, which answers an exit status, in a child process whose standard output is `out`.
- */
+/** Runs `action`, which answers an exit status, in a child process that writes to `out`. */
 template <class Action>
 Ended runInChild(int out, Action const& action) {
     PipeEnds err;
