@@ -41,7 +41,8 @@ protected:
         Ended const ended =
             runProgram({"/bin/sh", "-c", "ulimit -v " + limit + "; exec \"$0\" \"$@\"", commandPath,
                         command, "--builtin", "--json",
-                        std::string("--") + GetParam() + "=" + manyRoutes(), "--" + other + "=0"});
+                        std::string("--") + GetParam() + "=" + manyRoutes(), "--" + other + "=0"},
+                       {.longestSilence = std::chrono::hours(3)});  // for ten millions, at leisure
         EXPECT_EQ(ended.status, 0);
         EXPECT_EQ(ended.err, "");
         return ended.status == 0 ? Json::parse(ended.out).at("families").at(0) : Json();

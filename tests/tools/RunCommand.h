@@ -11,6 +11,7 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <set>
 #include <string>
 #include <string_view>
@@ -31,19 +32,19 @@ struct Streams {
     int out = -1;               // a descriptor instead of the capture
     int err = -1;               // likewise
     std::set<int> closed = {};  // numbers that stand for nothing
+    /** A process that writes nothing for longer is ended: less than a test may take. */
+    std::chrono::minutes longestSilence{25};
 };
 
 namespace detail {
 
-/** Longer than ten million routes take on a machine that is busy, and less than a test may take. */
-constexpr int longestSilence = 1'500'000;  // ms
-
 /** Reads both to their ends; a process that is silent for long is ended. */
-inline void readBoth(pid_t process, Descriptor const& out, Descriptor const& err, Ended& ended) {
+inline void readBoth(pid_t process, Descriptor const& out, Descriptor const& err,
+                     std::chrono::milliseconds longestSilence, Ended& ended) {
     std::array<pollfd, 2> files{pollfd{out.number(), POLLIN, 0}, pollfd{err.number(), POLLIN, 0}};
     std::array<char, 65536> block{};
     while (files[0].fd >= 0 || files[1].fd >= 0) {
-        if (::poll(files.data(), files.size(), longestSilence) == 0) {
+        if (::poll(files.data(), files.size(), static_cast<int>(longestSilence.count())) == 0) {
             ADD_FAILURE() << "the process hangs";
             ::kill(process, SIGKILL);
         }
@@ -134,7 +135,7 @@ inline Ended runProgram(std::vector<std::string> const& arguments, Streams const
     out.writing.close();
     err.writing.close();
     Ended ended;
-    detail::readBoth(process, out.reading, err.reading, ended);
+    detail::readBoth(process, out.reading, err.reading, streams.longestSilence, ended);
     int status = 0;
     if (::waitpid(process, &status, 0) == process) {
         ended.status = detail::statusOf(status);
