@@ -115,23 +115,60 @@ void IndexBlock::nodeIs(U32 place, Node* node) {
     (inside() ? &word_ : storage())[at] = reinterpret_cast<U64>(node);
 }
 
-void IndexBlock::nodesIs(U64 added, std::array<Node*, 64> const& nodes) {
-    U64 const together = places() | added;
-    U32 const first = firstNode();
-    U32 const before = wordCount();
-    U32 const after = first + count(together);
+/** The same for a block that is empty. */
+void IndexBlock::fill(MoreOfBlock const& more) {
+    Bits const after{more.places, more.blocks};
+    if (more.blocks == 0 && (more.places & (more.places - 1)) == 0) {
+        word_ = reinterpret_cast<U64>(more.nodes[highest(more.places)]);
+        bits_ = after;
+        return;
+    }
+    U32 const blockCount = more.blocks == 0 ? 0 : count(more.blocks);
+    U64* to = allocatedWords(pieceBytes(blockWords * blockCount + count(more.places)));
+    word_ = reinterpret_cast<U64>(to);
+    for (U64 left = more.blocks; left != 0; left &= left - 1, to += blockWords) {
+        std::memcpy(to, &more.below[static_cast<U32>(std::countr_zero(left))], sizeof(IndexBlock));
+    }
+    for (U64 left = more.places; left != 0; left &= left - 1) {
+        *to++ = reinterpret_cast<U64>(more.nodes[static_cast<U32>(std::countr_zero(left))]);
+    }
+    bits_ = after;
+}
+
+void IndexBlock::moreIs(MoreOfBlock const& more) {
+    if (empty()) {
+        fill(more);
+        return;
+    }
+    U64 const places = this->places() | more.places;
+    U64 const blocks = bits_.blocks | more.blocks;
     bool const wasInside = inside();
+    U32 const before = wasInside ? U32{bits_.places != 0} : wordCount();
+    U32 const firstNode = firstBlock() + (blocks == 0 ? 0 : blockWords * count(blocks));
+    U32 const after = firstNode + count(places);
     U64* const old = wasInside ? &word_ : storage();
     bool const moves = after > 1 && (wasInside || pieceWords(before) != pieceWords(after));
     U64* const piece = moves ? allocatedWords(pieceBytes(after)) : old;
     // From the end: what stays in its piece moves to higher addresses.
     U32 from = before;
     U32 to = after;
-    for (U64 left = together; from != to; --to) {
+    for (U64 left = places; to != firstNode && from != to; --to) {
         U32 const place = highest(left);
         // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): a place is left
         left &= ~(U64{1} << place);
-        piece[to - 1] = has(added, place) ? reinterpret_cast<U64>(nodes[place]) : old[--from];
+        piece[to - 1] =
+            has(more.places, place) ? reinterpret_cast<U64>(more.nodes[place]) : old[--from];
+    }
+    for (U64 left = blocks; from != to;) {
+        U32 const slice = highest(left);
+        left &= ~(U64{1} << slice);
+        to -= blockWords;
+        if (has(more.blocks, slice)) {
+            std::memcpy(piece + to, &more.below[slice], sizeof(IndexBlock));
+        } else {
+            from -= blockWords;
+            std::memcpy(piece + to, old + from, sizeof(IndexBlock));
+        }
     }
     if (moves) {
         copyForwards(piece, old, from);
@@ -140,7 +177,7 @@ void IndexBlock::nodesIs(U64 added, std::array<Node*, 64> const& nodes) {
         }
         word_ = reinterpret_cast<U64>(piece);
     }
-    bits_.places |= added;
+    bits_ = {bits_.places | more.places, blocks};
 }
 
 void IndexBlock::nodeDel(U32 place) {

@@ -51,6 +51,8 @@ private:
     U64 upwards_;  // in each byte, how many are set up to the end of that byte
 };
 
+struct MoreOfBlock;
+
 /**
  * The nodes whose lengths lie in one stride of six, below one prefix of the stride's first length:
  * at most 63 of them, each with a place of its own. A node that is d bits longer than the stride's
@@ -151,8 +153,11 @@ public:
 
     /** Enters a node at a place that is free. */
     void nodeIs(U32 place, Node* node);
-    /** Enters nodes at `added` places that are free; each stands in `nodes` under its place. */
-    void nodesIs(U64 added, std::array<Node*, 64> const& nodes);
+    /**
+     * Enters all of `more`, which is something: nodes at places that are free, and blocks that are
+     * not there yet.
+     */
+    void moreIs(MoreOfBlock const& more);
     void nodeDel(U32 place);
     void markIs(U32 place, bool marked);
     /** Makes an empty block that is not there yet. */
@@ -196,6 +201,7 @@ private:
     }
     U64* storage() const noexcept { return reinterpret_cast<U64*>(word_); }
     U64 const* words() const noexcept { return inside() ? &word_ : storage(); }
+    void fill(MoreOfBlock const& more);
     void openGap(U32 at, U32 gap, U32 before, Bits after);
     void closeGap(U32 at, U32 gap, U32 before, Bits after);
 
@@ -203,5 +209,13 @@ private:
     U64 word_ = 0;  // the piece of storage, or the one word that it would hold
 };
 static_assert(sizeof(IndexBlock) == 24);
+
+/** What is to be entered into a block: nodes under their places, blocks under their slices. */
+struct MoreOfBlock {
+    U64 places = 0;
+    U64 blocks = 0;
+    std::array<Node*, 64> nodes{};
+    std::array<IndexBlock, 64> below{};
+};
 
 }  // namespace LpmTrie

@@ -1,6 +1,6 @@
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
-#include <LpmTrie/TrieIndex.h>
+#include <LpmTrie/TrieNodes.h>
 
 namespace LpmTrie {
 
@@ -44,14 +44,7 @@ void Trie::deallocateNode(Node* node) {
     delete node;
 }
 
-/** The index, when there is one that may lead a search; nodes may still wait for it. */
-TrieIndex* Trie::unsettledIndex() const noexcept {
-    bool const usable =
-        index_ != nullptr && index_->ready() && !plainSearch_ && !Detail::trace.eitherLevelOn(7, 8);
-    return usable ? index_.get() : nullptr;
-}
-
-/** The same when it knows all nodes. */
+/** The index, when there is one that may lead a search and knows all nodes. */
 TrieIndex const* Trie::usableIndex() const noexcept {
     TrieIndex* const index = unsettledIndex();
     if (index == nullptr) {
@@ -61,11 +54,7 @@ TrieIndex const* Trie::usableIndex() const noexcept {
     return index->ready() ? index : nullptr;
 }
 
-/** Makes an index when the trie has become large enough for one. */
-void Trie::keepIndex() {
-    if (index_ != nullptr) [[likely]] {
-        return;
-    }
+void Trie::makeIndexWhenLarge() {
     U32 const routes = root_->routeCount();
     if (routes >= TrieIndex::threshold.load(std::memory_order_relaxed) &&
         routes / 2 >= indexTriedAt_) [[unlikely]] {

@@ -263,7 +263,7 @@ private:
 
     TrieIndex* unsettledIndex() const noexcept;
     TrieIndex const* usableIndex() const noexcept;
-    void keepIndex();
+    void makeIndexWhenLarge();
     void giveIndexUp() noexcept;
     void indexAdd(Node* node) noexcept;
     void indexDel(Node* node) noexcept;
@@ -273,6 +273,7 @@ private:
                    Node*& candidate) const;
     Node* place(Insertion& insertion, HookErrors& errors);
     Node* lastCovering(Nimbal::IpGenPrefix const& newPrefix) const;
+    static Node* searchedCovering(TrieIndex& index, Nimbal::IpGenPrefix const& newPrefix);
     Node* skipDown(Insertion& insertion, Node* start, DescentCount& count) const;
     Node* placeRoot(Insertion const& insertion, HookErrors& errors);
     Node* placeChild(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);

@@ -1,8 +1,13 @@
 #pragma once
 
-/* What an insertion carries on its way down. Private to this folder's sources. */
+/*
+ * The short way down. In a trie with an index, an insertion does not step from node to node: the
+ * index names the last covering node, and one climb from there, over nodes that have been fetched
+ * side by side, counts the new route in both counters. Nothing is changed before all that is needed
+ * has been seen to be as it should; else the way is gone step by step, and finds what is wrong.
+ */
 
-#include <LpmTrie/Trie.h>
+#include <LpmTrie/TrieNodes.h>
 
 namespace LpmTrie {
 
@@ -25,13 +30,8 @@ public:
     DescentCount(DescentCount const&) = delete;
     DescentCount& operator=(DescentCount const&) = delete;
     ~DescentCount() {
-        if (complete_) {
-            takeBack(last_, nullptr);
-            return;
-        }
-        for (Node* node = last_; node != nullptr;
-             node = node == start_ ? nullptr : node->parent()) {
-            node->routeCountDec(1);
+        if (last_ != nullptr) [[unlikely]] {
+            takeBack();
         }
     }
 
@@ -56,7 +56,41 @@ private:
     bool ownPartition_ = false;
     Node* last_ = nullptr;
 
-    void takeBack(Node* lowest, Node const* end) const noexcept;
+    [[gnu::cold]] void takeBack() const;
+    [[gnu::cold]] void takeBack(Node* lowest, Node const* end) const noexcept;
 };
+
+/** The last node that covers the prefix, or null when the index cannot tell it. */
+[[gnu::always_inline]] inline Node* Trie::lastCovering(Nimbal::IpGenPrefix const& newPrefix) const {
+    TrieIndex* const index = unsettledIndex();
+    if (index == nullptr) {
+        return nullptr;
+    }
+    Node* const near = index->nearLast(newPrefix);
+    return near != nullptr ? near : searchedCovering(*index, newPrefix);
+}
+
+/**
+ * The last covering node on the way from `start`, found by the index, with the new route counted
+ * above it. Null, and nothing counted, for all but plain routes and when anything is not as it
+ * should be: then the way is to be gone step by step.
+ */
+[[gnu::always_inline]] inline Node* Trie::skipDown(Insertion& insertion, Node* start,
+                                                   DescentCount& count) const {
+    Node const* const from = insertion.fromPartitionNode;
+    if (index_ == nullptr || insertion.partitionNode ||
+        (from != nullptr && (!index_->entered(from) || from->hwTable() != insertion.hwTable ||
+                             !(from->partitionId() == insertion.partitionId)))) {
+        return nullptr;
+    }
+    Node* const reached = lastCovering(insertion.newPrefix);
+    if (reached == nullptr || reached == start) {
+        return nullptr;
+    }
+    bool const again = reached->len() == insertion.newPrefix.len();
+    insertion.counted = again ? count.countUpwards(reached->parent(), reached->partitionNode())
+                              : count.countUpwards(reached, false);
+    return insertion.counted ? reached : nullptr;
+}
 
 }  // namespace LpmTrie

@@ -29,9 +29,7 @@ constexpr U32 firstFetched = 2;
  */
 template <bool fetching>
 IndexBlock* TrieIndex::descend(U64 head, U32 depth) const noexcept {
-    // Strides that the two addresses share wholly lead to the same block.
-    auto const shared = (static_cast<U32>(std::countl_zero(head ^ path_.head)) + 2) / stride;
-    U32 at = std::min({shared, path_.depth, depth});
+    U32 at = std::min({depthShared(head, path_.head), path_.depth, depth});
     IndexBlock* block = path_.blocks[at];
     for (; at < depth; ++at) {
         U32 const slice = sliceOf(head, at);

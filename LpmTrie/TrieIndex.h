@@ -1,8 +1,10 @@
 #pragma once
 
+#include <LpmTrie/IndexPath.h>
 #include <LpmTrie/IndexWalk.h>
 
 #include <atomic>
+#include <initializer_list>
 #include <memory>
 
 namespace LpmTrie {
@@ -42,13 +44,12 @@ public:
      * A trie whose index is `own`, or that has none, links nodes, which may be null: another
      * trie's index gives up.
      */
-    static void linkedBy(TrieIndex const* own, Node* node, Node* other) noexcept {
+    template <class... Nodes>
+    static void linkedBy(TrieIndex const* own, Nodes*... nodes) noexcept {
         U32 const number = own != nullptr ? own->number_ : U32{0};
-        U32 const known = node != nullptr ? node->index_ : U32{0};
-        U32 const otherKnown = other != nullptr ? other->index_ : U32{0};
-        // Products, so that it is one test: whether a node is known at all nobody can guess.
-        if ((known * (known ^ number) | otherKnown * (otherKnown ^ number)) != 0) [[unlikely]] {
-            linkedStrangers(number, node, other);
+        // One test for all: whether a node is known at all nobody can guess.
+        if ((strangeness(number, nodes) | ...) != 0) [[unlikely]] {
+            linkedStrangers(number, {nodes...});
         }
     }
 
@@ -86,7 +87,7 @@ public:
     /** Enters the nodes that still wait for it. It may give up in that. */
     void settle() noexcept {
         if (depthsWaiting_ != 0) {
-            enter(depthsWaiting_);
+            enterFrom(0);
         }
     }
     void add(Node* node) noexcept;
@@ -103,14 +104,11 @@ public:
     U64 candidateCount() const noexcept { return markCount_; }
 
 private:
+    // How far up from the last node the next one is looked for, in bits and in nodes.
+    static constexpr U32 nearBits = 12;
+    static constexpr U32 nearSteps = 12;
     static constexpr U32 strides = IndexWalk::levels;
 
-    /** Nodes that are still to be entered into one block. */
-    struct Waiting {
-        U64 head = 0;  // an address in the block
-        U64 places = 0;
-        std::array<Node*, 64> nodes{};  // under their places
-    };
     /** The blocks along one address, from the top; the way to the next one begins where they part.
      */
     struct Path {
@@ -135,26 +133,36 @@ private:
         walk_.stop();
         recent_.len = Recent::none;
     }
-    static void linkedStrangers(U32 number, Node* node, Node* other) noexcept;
+    /** Not 0 for a node that an index other than that of this number knows. */
+    static U32 strangeness(U32 number, Node const* node) noexcept {
+        U32 const known = node != nullptr ? node->index_ : U32{0};
+        return known * (known ^ number);
+    }
+    static void linkedStrangers(U32 number, std::initializer_list<Node*> nodes) noexcept;
     template <bool fetching>
     IndexBlock* descend(U64 head, U32 depth) const noexcept;
     bool addAll(Node* root, Nimbal::AddressFamily af);
     Node* nearLastNode(Nimbal::IpGenPrefix const& prefix) const noexcept;
     IndexBlock* blockFor(U64 head, U32 depth);
-    void wait(Node* node) noexcept;
-    bool makesWay(Waiting const& waiting, Node* node, U32 depth) noexcept;
+    void addElsewhere(Node* node) noexcept;
+    void wait(Node* node, Detail::LengthPlace const& length) noexcept;
+    void refuse(Node* node) noexcept;
     void enter(Node* node) noexcept;
-    void enter(U32 depths) noexcept;
+    void enterFrom(U32 depth) noexcept;
+    bool enterDeepest();
     void erase(Node* node);
+    static void letGo(IndexBlock& top) noexcept;
 
     U16 number_ = 0;
     bool ready_ = true;
     U64 nodeCount_ = 0;
     U64 markCount_ = 0;
     IndexBlock top_;
-    std::array<Waiting, strides> waiting_;
+    // What waits for the blocks along one address.
+    U64 waitingHead_ = 0;
     U32 depthsWaiting_ = 0;  // a bit for each
-    Node* last_ = nullptr;   // the node added last, if it is still there
+    std::array<MoreOfBlock, strides> waiting_;
+    Node* last_ = nullptr;  // the node added last, if it is still there
     // Whether the last search was for something near that, so that more may come in order.
     mutable bool inOrder_ = true;
     // Where a search or a walk has been last: what makes one that only reads unfit for two threads.
@@ -162,5 +170,32 @@ private:
     mutable Recent recent_;
     mutable IndexWalk walk_;
 };
+
+inline Node* TrieIndex::nearLast(Nimbal::IpGenPrefix const& prefix) const noexcept {
+    Node* const near = last_ != nullptr ? nearLastNode(prefix) : nullptr;
+    inOrder_ = near != nullptr;
+    return near;
+}
+
+inline Node* TrieIndex::nearLastNode(Nimbal::IpGenPrefix const& prefix) const noexcept {
+    auto const agreeing = static_cast<U32>(std::countl_zero(prefix.head() ^ last_->head_));
+    U32 const shared = std::min(prefix.len(), agreeing);
+    if (shared + nearBits < last_->headLen_) {
+        return nullptr;
+    }
+    Node const* below = nullptr;
+    Node* node = last_;
+    for (U32 steps = 0; node != nullptr && node->eyeCatcherIntact() && steps < nearSteps; ++steps) {
+        U32 const len = node->headLen_;
+        if (len <= shared) {
+            Node const* const child = node->bitNode_[prefix.head() >> (63 - len) & 1];
+            bool const deepest = len < prefix.len() && (child == nullptr || child == below);
+            return deepest ? node : nullptr;
+        }
+        below = node;
+        node = node->parent_;
+    }
+    return nullptr;
+}
 
 }  // namespace LpmTrie

@@ -63,8 +63,8 @@ TrieIndex& TrieIndex::numbered(U16 number) noexcept {
     return *indexes[number].load(std::memory_order_acquire);
 }
 
-void TrieIndex::linkedStrangers(U32 number, Node* node, Node* other) noexcept {
-    for (Node* linked : {node, other}) {
+void TrieIndex::linkedStrangers(U32 number, std::initializer_list<Node*> nodes) noexcept {
+    for (Node* const linked : nodes) {
         if (linked != nullptr && linked->index_ != number) {
             linked->indexLinkChanged();
         }
@@ -107,14 +107,15 @@ bool TrieIndex::addAll(Node* root, Nimbal::AddressFamily af) {
     return ready_;
 }
 
-void TrieIndex::giveUp() noexcept {
+/** Lets go of all nodes in a block and below it, and clears it. */
+void TrieIndex::letGo(IndexBlock& top) noexcept {
     struct Level {
         IndexBlock* block;
         U64 blocksLeft;
     };
     std::array<Level, strides> levels{};
     U32 level = 0;
-    levels[0] = {&top_, top_.blocks()};
+    levels[0] = {&top, top.blocks()};
     for (;;) {
         auto& [block, blocksLeft] = levels[level];
         if (blocksLeft != 0) {
@@ -128,14 +129,21 @@ void TrieIndex::giveUp() noexcept {
         }
         block->clear();
         if (level == 0) {
-            break;
+            return;
         }
         --level;
     }
+}
+
+void TrieIndex::giveUp() noexcept {
+    letGo(top_);
     for (; depthsWaiting_ != 0; depthsWaiting_ &= depthsWaiting_ - 1) {
-        Waiting& waiting = waiting_[static_cast<U32>(std::countr_zero(depthsWaiting_))];
-        for (; waiting.places != 0; waiting.places &= waiting.places - 1) {
-            waiting.nodes[static_cast<U32>(std::countr_zero(waiting.places))]->index_ = 0;
+        MoreOfBlock& more = waiting_[static_cast<U32>(std::countr_zero(depthsWaiting_))];
+        for (; more.places != 0; more.places &= more.places - 1) {
+            more.nodes[static_cast<U32>(std::countr_zero(more.places))]->index_ = 0;
+        }
+        for (; more.blocks != 0; more.blocks &= more.blocks - 1) {
+            letGo(more.below[static_cast<U32>(std::countr_zero(more.blocks))]);
         }
     }
     last_ = nullptr;

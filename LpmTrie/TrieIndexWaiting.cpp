@@ -1,9 +1,11 @@
 /*
  * How nodes come into the index. When routes come in order, an insertion near the one before it
- * needs no search, and one block gets many nodes one after the other; so a node then first waits,
- * at each depth for one block, and all that wait for a block are entered at once: when a node comes
- * for another block of that depth, or before the index is used or changed otherwise. A node whose
- * insertion needed a search is entered right away: the way to its block has just been gone.
+ * needs no search, and one block gets many nodes one after the other; so a node then first waits
+ * for its block, at each depth for the one along a common address. When a node comes for a block
+ * beside that address, or before the index is used or changed otherwise, the blocks that are left
+ * get all that waits for them at once, from the deepest up; a block that is new then waits itself,
+ * for the one above. So a block grows as its nodes come, but moves once. A node whose insertion
+ * needed a search is entered right away: the way to its block has just been gone.
  */
 
 #include <LpmTrie/IndexPath.h>
@@ -13,32 +15,17 @@ namespace LpmTrie {
 
 using namespace Detail;
 
-namespace {
-
-// How far up from the last node the next one is looked for, in bits and in nodes.
-constexpr U32 nearBits = 12;
-constexpr U32 nearSteps = 12;
-
-/** Two addresses lie in the same block at `depth`. */
-constexpr bool sameBlock(U64 head, U64 other, U32 depth) noexcept {
-    return (head ^ other) >> 3 >> (63 - stride * depth) == 0;
-}
-
-}  // namespace
-
-/** Lets the node wait with those of its block, once others have made way. */
-inline void TrieIndex::wait(Node* node) noexcept {
-    U32 const depth = depthOf(node->headLen_);
-    U32 const place = placeOf(node->head_, node->headLen_);
-    Waiting& waiting = waiting_[depth];
-    bool const beside = sameBlock(waiting.head, node->head_, depth) && !has(waiting.places, place);
-    if (!beside && !makesWay(waiting, node, depth)) [[unlikely]] {
+/** Lets the node wait with those of its block. */
+inline void TrieIndex::wait(Node* node, LengthPlace const& length) noexcept {
+    MoreOfBlock& more = waiting_[length.depth];
+    U32 const place = placeOf(node->head_, length);
+    if (has(more.places, place)) [[unlikely]] {
+        refuse(node);
         return;
     }
-    waiting.head = node->head_;
-    waiting.places |= U64{1} << place;
-    waiting.nodes[place] = node;
-    depthsWaiting_ |= U32{1} << depth;
+    more.places |= U64{1} << place;
+    more.nodes[place] = node;
+    depthsWaiting_ |= length.depthBit;
 }
 
 void TrieIndex::add(Node* node) noexcept {
@@ -48,28 +35,40 @@ void TrieIndex::add(Node* node) noexcept {
     node->index_ = number_;
     ++nodeCount_;
     last_ = node;
-    if (inOrder_) {
-        wait(node);
-    } else {
+    LengthPlace const& length = placeOfLength[node->headLen_];
+    bool const beside = ((node->head_ ^ waitingHead_) & length.blockBits) == 0;
+    if (!beside || !inOrder_ || node->partitionCandidate()) {
+        addElsewhere(node);
+        return;
+    }
+    wait(node, length);
+}
+
+/** A node that cannot just wait with others: what waits makes way for it, or it must not wait. */
+void TrieIndex::addElsewhere(Node* node) noexcept {
+    LengthPlace const& length = placeOfLength[node->headLen_];
+    if (!inOrder_) {
         enter(node);
+    } else {
+        if (((node->head_ ^ waitingHead_) & length.blockBits) != 0) {
+            enterFrom(depthShared(node->head_, waitingHead_) + 1);
+            waitingHead_ = node->head_;
+        }
+        if (!ready_) {
+            refuse(node);
+            return;
+        }
+        wait(node, length);
     }
     if (node->partitionCandidate()) {
         roleChanged(node);
     }
 }
 
-/** Enters what waits for another block. False when the index has given up. */
-bool TrieIndex::makesWay(Waiting const& waiting, Node* node, U32 depth) noexcept {
-    if (waiting.places != 0 && !sameBlock(waiting.head, node->head_, depth)) {
-        enter(U32{1} << depth);
-    }
-    if (ready_ && waiting.places == 0) {
-        return true;
-    }
-    // No memory, or two nodes of one prefix: then one of them is not below the trie's root.
+/** Two nodes of one prefix, of which one is not below the trie's root then, or no memory. */
+void TrieIndex::refuse(Node* node) noexcept {
     node->index_ = 0;
     giveUp();
-    return false;
 }
 
 /** The block at `depth` along an address, made with those on the way to it if need be. */
@@ -83,67 +82,61 @@ IndexBlock* TrieIndex::blockFor(U64 head, U32 depth) {
 }
 
 void TrieIndex::enter(Node* node) noexcept {
+    settle();
     forget();
     U32 const place = placeOf(node->head_, node->headLen_);
     try {
-        IndexBlock* const block = blockFor(node->head_, depthOf(node->headLen_));
-        if (!has(block->places(), place)) {
+        IndexBlock* const block = ready_ ? blockFor(node->head_, depthOf(node->headLen_)) : nullptr;
+        if (block != nullptr && !has(block->places(), place)) {
             block->nodeIs(place, node);
             return;
         }
     } catch (std::bad_alloc const&) {
         // Goes without the node, and so without all.
     }
-    node->index_ = 0;
-    giveUp();
+    refuse(node);
 }
 
-/** Enters what waits at the depths whose bits are set; gives up when memory ends. */
-void TrieIndex::enter(U32 depths) noexcept {
+/** Enters what waits at `depth` and below. It may give up in that. */
+void TrieIndex::enterFrom(U32 depth) noexcept {
     forget();
     try {
-        for (; depths != 0; depths &= depths - 1) {
-            auto const depth = static_cast<U32>(std::countr_zero(depths));
-            Waiting& waiting = waiting_[depth];
-            IndexBlock* const block = blockFor(waiting.head, depth);
-            if ((block->places() & waiting.places) != 0) {
-                giveUp();  // as in `makesWay`
-                return;
+        while (depthsWaiting_ >> depth != 0) {
+            if (!enterDeepest()) {
+                giveUp();
             }
-            block->nodesIs(waiting.places, waiting.nodes);
-            waiting.places = 0;
-            depthsWaiting_ &= ~(U32{1} << depth);
         }
     } catch (std::bad_alloc const&) {
         giveUp();
     }
 }
 
-Node* TrieIndex::nearLast(Nimbal::IpGenPrefix const& prefix) const noexcept {
-    Node* const near = last_ != nullptr ? nearLastNode(prefix) : nullptr;
-    inOrder_ = near != nullptr;
-    return near;
-}
-
-Node* TrieIndex::nearLastNode(Nimbal::IpGenPrefix const& prefix) const noexcept {
-    auto const agreeing = static_cast<U32>(std::countl_zero(prefix.head() ^ last_->head_));
-    U32 const shared = std::min(prefix.len(), agreeing);
-    if (shared + nearBits < last_->headLen_) {
-        return nullptr;
-    }
-    Node const* below = nullptr;
-    Node* node = last_;
-    for (U32 steps = 0; node != nullptr && node->eyeCatcherIntact() && steps < nearSteps; ++steps) {
-        U32 const len = node->headLen_;
-        if (len <= shared) {
-            Node const* const child = node->bitNode_[prefix.head() >> (63 - len) & 1];
-            bool const deepest = len < prefix.len() && (child == nullptr || child == below);
-            return deepest ? node : nullptr;
+/**
+ * Enters what waits at the greatest depth into its block; or if that is not there, makes the block,
+ * which then waits for the one above. False for two nodes of one prefix.
+ */
+bool TrieIndex::enterDeepest() {
+    U32 const depth = 31 - static_cast<U32>(std::countl_zero(depthsWaiting_));
+    IndexBlock* block = descend<false>(waitingHead_, depth);
+    if (path_.depth != depth) {
+        MoreOfBlock& above = waiting_[depth - 1];
+        U32 const slice = sliceOf(waitingHead_, depth - 1);
+        block = &above.below[slice];
+        if (!has(above.blocks, slice)) {
+            *block = IndexBlock();
+            above.blocks |= U64{1} << slice;
+            depthsWaiting_ |= U32{1} << (depth - 1);
         }
-        below = node;
-        node = node->parent_;
     }
-    return nullptr;
+    MoreOfBlock& more = waiting_[depth];
+    if ((block->places() & more.places) != 0) {
+        return false;
+    }
+    block->moreIs(more);
+    more.places = 0;
+    more.blocks = 0;
+    depthsWaiting_ ^= U32{1} << depth;
+    return true;
 }
 
 }  // namespace LpmTrie

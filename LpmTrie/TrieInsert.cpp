@@ -26,7 +26,7 @@ namespace {
 constexpr char const* signature =
     "virtual LpmTrie::TrieReturnCode LpmTrie::Trie::insert(const Nimbal::IpGenPrefix&, "
     "LpmTrie::Node*, bool, bool, const Ptr&, U32)";
-}
+}  // namespace
 
 TrieReturnCode Trie::insertFromRoot(Nimbal::IpGenPrefix const& newPrefix, bool fibRoute,
                                     bool partitionNode, PartitionId::Ptr const& partitionId,
@@ -46,8 +46,8 @@ TrieReturnCode Trie::insert(Nimbal::IpGenPrefix const& newPrefix, Node* fromPart
                 " partitionNode:", partitionNode);
     Insertion insertion{newPrefix,     fromPartitionNode, fibRoute,
                         partitionNode, partitionId,       hwTable};
-    if (root_ != nullptr) {
-        keepIndex();
+    if (root_ != nullptr && index_ == nullptr) [[unlikely]] {
+        makeIndexWhenLarge();
     }
     HookErrors errors;
     Node* const node = root_ == nullptr ? placeRoot(insertion, errors) : place(insertion, errors);
@@ -55,7 +55,7 @@ TrieReturnCode Trie::insert(Nimbal::IpGenPrefix const& newPrefix, Node* fromPart
     return setTrieRc(node, partitionNode ? node : nullptr);
 }
 
-Node* Trie::place(Insertion& insertion, HookErrors& errors) {
+inline Node* Trie::place(Insertion& insertion, HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     Node* const fromPartitionNode = insertion.fromPartitionNode;
     Node* current = fromPartitionNode != nullptr ? fromPartitionNode : root_;
@@ -103,7 +103,9 @@ Node* Trie::placeRoot(Insertion const& insertion, HookErrors& errors) {
                 static_cast<void const*>(fromPartitionNode));
     index_ = nullptr;
     indexTriedAt_ = 0;
-    hangUnder(nullptr, 0, makeNode(insertion));
+    Node* const newNode = makeNode(insertion);
+    TrieIndex::linkedBy(nullptr, newNode);
+    hangUnder(nullptr, 0, newNode);
     LPM_TRACE(7, "created root ", root_);
     giveRole(root_, insertion, true, errors);
     return root_;
@@ -123,11 +125,13 @@ Node* Trie::placeAgain(Insertion const& insertion, Node* current, HookErrors& er
     return current;
 }
 
-Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors) {
+inline Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit,
+                              HookErrors& errors) {
     if (current->bitNode(bit) != nullptr) [[unlikely]] {
         LPM_SASSERT(false, "Should have space for new prefix", insertion.newPrefix, "in", current);
     }
     Node* const newNode = makeNode(insertion);
+    TrieIndex::linkedBy(index_.get(), current, newNode);
     hangUnder(current, bit, newNode);
     indexAdd(newNode);
     LPM_TRACE(7, " created plain child ", newNode, " bit ", bit, " at ", current);
@@ -135,10 +139,12 @@ Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit, HookE
     return newNode;
 }
 
-Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors) {
+inline Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bit,
+                               HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     U32 const currentBit = current->prefixBit(newPrefix.len());
     Node* const newNode = makeNode(insertion);
+    TrieIndex::linkedBy(index_.get(), current->parent(), newNode, current);
     hangUnder(current->parent(), bit, newNode);
     hangUnder(newNode, currentBit, current);
     LPM_TRACE(7, "New node ", newPrefix, " is new parent of current node ", current, " bit ",
@@ -153,8 +159,8 @@ Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bit, Hook
     return newNode;
 }
 
-Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
-                        HookErrors& errors) {
+inline Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
+                               HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     Nimbal::IpGenPrefix const intPrefix = prefixFromLen(newPrefix, commonLen);
     LPM_TRACE(7, "Need internal node ", intPrefix, " for new node ", newPrefix,
@@ -171,6 +177,7 @@ Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 
         freeNode(newNode);
         throw;
     }
+    TrieIndex::linkedBy(index_.get(), current->parent(), intNode, current, newNode);
     hangUnder(current->parent(), bit, intNode);
     hangUnder(intNode, currentBit, current);
     hangUnder(intNode, 1 - currentBit, newNode);
@@ -184,17 +191,20 @@ Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 
         intNode->partitionRouteCountInc(1);
     }
     giveRole(newNode, insertion, true, errors);
-    LPM_TRACE(7, " created int node ", intNode);
-    LPM_TRACE(7, " created new Node ", newNode);
+    if (Detail::trace.levelOn(7)) [[unlikely]] {
+        LPM_TRACE(7, " created int node ", intNode);
+        LPM_TRACE(7, " created new Node ", newNode);
+    }
     return newNode;
 }
 
-Node* Trie::makeNode(Insertion const& insertion) {
+inline Node* Trie::makeNode(Insertion const& insertion) {
     return makeNode(insertion.newPrefix, insertion.fibRoute, insertion.partitionNode,
                     insertion.partitionId, insertion.hwTable);
 }
 
-void Trie::giveRole(Node* node, Insertion const& insertion, bool newNode, HookErrors& errors) {
+inline void Trie::giveRole(Node* node, Insertion const& insertion, bool newNode,
+                           HookErrors& errors) {
     if (insertion.counted) {
         node->fibRouteIs(true);
         Node* const from = insertion.fromPartitionNode;

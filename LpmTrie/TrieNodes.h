@@ -5,6 +5,7 @@
  * insertion and each removal passes here several times.
  */
 
+#include <LpmTrie/Module.h>
 #include <LpmTrie/TrieHooks.h>
 #include <LpmTrie/TrieIndex.h>
 
@@ -22,9 +23,11 @@ inline void Trie::freeNode(Node* node) noexcept {
     deallocateNode(node);
 }
 
-/** Hangs `node` under `parent`, or makes it the root; the only place where such a link is made. */
+/**
+ * Hangs `node` under `parent`, or makes it the root; the only place where such a link is made. That
+ * the two are linked has been told to the index.
+ */
 inline void Trie::hangUnder(Node* parent, U32 bit, Node* node) {
-    TrieIndex::linkedBy(index_.get(), parent, node);
     if (node != nullptr) {
         node->linkParent(parent);
     }
@@ -45,6 +48,13 @@ inline void Trie::indexDel(Node* node) noexcept {
     if (index_ != nullptr) {
         index_->del(node);
     }
+}
+
+/** The index, when there is one that may lead a search; nodes may still wait for it. */
+inline TrieIndex* Trie::unsettledIndex() const noexcept {
+    bool const usable =
+        index_ != nullptr && index_->ready() && !plainSearch_ && !Detail::trace.eitherLevelOn(7, 8);
+    return usable ? index_.get() : nullptr;
 }
 
 }  // namespace LpmTrie

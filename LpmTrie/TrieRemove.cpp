@@ -92,6 +92,7 @@ void Trie::compact(Node* node) {
             LPM_TRACE(7, " parent bit ", parentBit, " new child", child);
             LPM_SASSERT(parent->bitNode( parentBit ) == node, " node:", node, " parent:", parent);
         }
+        TrieIndex::linkedBy(index_.get(), parent, child);
         hangUnder(parent, parentBit, child);
         indexDel(node);
         freeNode(node);

@@ -21,9 +21,7 @@ public:
     explicit IpGenPrefixRef(IpGenPrefix const& prefix) noexcept : prefix_(prefix) {}
     /** A new holder with notification on. Throws std::bad_alloc. */
     static Ptr IpGenPrefixRefIs(IpGenPrefix const& prefix) {
-        Ptr holder(new IpGenPrefixRef(prefix));
-        holder->IpGenPrefixRef::hasNotificationActiveIs(true);
-        return holder;
+        return Ptr::adopt(new IpGenPrefixRef(Held(), prefix));
     }
 
     Vexo::FwkType const* fwkType() const override;
@@ -34,6 +32,9 @@ public:
     static Vexo::FwkType const fwkType_;
 
 private:
+    IpGenPrefixRef(Held held, IpGenPrefix const& prefix) noexcept
+        : PtrInterface(held), prefix_(prefix) {}
+
     IpGenPrefix const prefix_;
 };
 

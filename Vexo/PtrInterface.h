@@ -128,7 +128,12 @@ public:
     static FwkType const fwkType_;
 
 protected:
+    /** A first reference that the maker already holds, with notification on. */
+    struct Held {};
+
     PtrInterface() noexcept = default;
+    /** For factories: spares a new object the changes of its count and flags. */
+    explicit PtrInterface(Held) noexcept : word_(notificationActive_ | 1) {}
 
 private:
     friend class ObjectNames;

@@ -7,6 +7,7 @@
 #include <functional>
 #include <sstream>
 #include <string_view>
+#include <type_traits>
 
 namespace Vexo {
 
@@ -62,8 +63,23 @@ public:
 
     /** Builds the line from the pieces, each through its operator<<, and hands it to the sink. */
     template <class... Pieces>
-    [[gnu::cold, gnu::noinline]] void line(U32 level, char const* source,
-                                           Pieces const&... pieces) noexcept {
+    [[gnu::always_inline]] void line(U32 level, char const* source,
+                                     Pieces const&... pieces) noexcept {
+        build<Passed<Pieces>...>(level, source, pieces...);
+    }
+
+private:
+    friend class TraceHandles;
+    static constexpr U32 unlisted_ = 1U << 31;
+
+    // By value what can be: whose address is taken would lie in memory while no line is wanted,
+    // too.
+    template <class Piece>
+    using Passed = std::conditional_t<std::is_scalar_v<Piece>, Piece, Piece const&>;
+
+    template <class... Pieces>
+    [[gnu::cold, gnu::noinline]] void build(U32 level, char const* source,
+                                            Pieces... pieces) noexcept {
         try {
             std::ostringstream text;
             (text << ... << pieces);
@@ -72,10 +88,6 @@ public:
             // A trace must never change what the traced operation does.
         }
     }
-
-private:
-    friend class TraceHandles;
-    static constexpr U32 unlisted_ = 1U << 31;
 
     /** Certainly none of the levels whose bits are set is on. */
     bool allOff(U32 levels) const noexcept {
