@@ -51,7 +51,10 @@ void TrieIndex::addElsewhere(Node* node) noexcept {
         enter(node);
     } else {
         if (((node->head_ ^ waitingHead_) & length.blockBits) != 0) {
-            enterFrom(depthShared(node->head_, waitingHead_) + 1);
+            U32 const shared = depthShared(node->head_, waitingHead_);
+            // No block that waits may lie along the address where nodes wait for theirs.
+            bool const goesBack = has(waiting_[shared].blocks, sliceOf(node->head_, shared));
+            enterFrom(goesBack ? 0 : shared + 1);
             waitingHead_ = node->head_;
         }
         if (!ready_) {
@@ -122,11 +125,9 @@ bool TrieIndex::enterDeepest() {
         MoreOfBlock& above = waiting_[depth - 1];
         U32 const slice = sliceOf(waitingHead_, depth - 1);
         block = &above.below[slice];
-        if (!has(above.blocks, slice)) {
-            *block = IndexBlock();
-            above.blocks |= U64{1} << slice;
-            depthsWaiting_ |= U32{1} << (depth - 1);
-        }
+        *block = IndexBlock();
+        above.blocks |= U64{1} << slice;
+        depthsWaiting_ |= U32{1} << (depth - 1);
     }
     MoreOfBlock& more = waiting_[depth];
     if ((block->places() & more.places) != 0) {

@@ -4,7 +4,9 @@
 
 #include <LpmTrie/RouteQueries.h>
 
+#include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -39,6 +41,19 @@ protected:
     Node* twin(Node const* route) {
         strays_.push_back(trie().allocateNode(route->prefixRef(), false, false, nullptr, 0));
         return strays_.back();
+    }
+    /** Two of 22 to 27 bits that part behind the 16th bit and before the 22nd. */
+    std::pair<Node*, Node*> routesOfNeighbouringBlocks() const {
+        for (Node* const first : routes_) {
+            for (Node* const other : routes_) {
+                U32 const common = first->commonLen(other->prefixRef()->prefix());
+                if (common >= 16 && common < 22 && std::min(first->len(), other->len()) >= 22 &&
+                    std::max(first->len(), other->len()) <= 27) {
+                    return {first, other};
+                }
+            }
+        }
+        return {nullptr, nullptr};
     }
     /** Lets the next nodes be entered one by one, as they are after a search. */
     static void comeOutOfOrder(TrieIndex& index, Node* deleted) {
@@ -165,6 +180,42 @@ TEST_F(IndexGivesUpTest, whenANodeThatWaitsFindsItsPlaceTaken) {
     index->add(twin(routes()[7]));
     EXPECT_TRUE(index->ready());
     index->settle();
+    expectForgotten(*index);
+}
+
+TEST_F(IndexGivesUpTest, whenANodeFindsItsPlaceTakenInABlockThatWaits) {
+    auto const index = this->index();
+    ASSERT_NE(index, nullptr);
+    for (PlacedNode const& placed : placedNodes(trie().root())) {
+        index->del(placed.node);
+    }
+    // Of two blocks below one, the first is complete when a node comes for the other.
+    auto const [first, other] = routesOfNeighbouringBlocks();
+    ASSERT_NE(first, nullptr);
+    index->add(first);
+    index->add(other);
+    index->add(twin(first));
+    EXPECT_TRUE(index->ready());
+    index->settle();
+    expectForgotten(*index);
+}
+
+TEST_F(IndexGivesUpTest, andGivesBackWhatBlocksThatWaitHold) {
+    auto const storage = [] { return Vexo::allocationCounts("LpmTrie::IndexBlock").liveBytes(); };
+    U64 const before = storage();
+    auto const index = this->index();
+    ASSERT_NE(index, nullptr);
+    for (PlacedNode const& placed : placedNodes(trie().root())) {
+        index->del(placed.node);
+    }
+    EXPECT_EQ(storage(), before) << "the index is empty";
+    for (PlacedNode const& placed : placedNodes(trie().root())) {
+        index->add(placed.node);
+    }
+    EXPECT_GT(storage(), before);
+    EXPECT_EQ(index->nodeCount(), placedNodes(trie().root()).size());
+    index->giveUp();
+    EXPECT_EQ(storage(), before);
     expectForgotten(*index);
 }
 

@@ -93,6 +93,24 @@ TEST_P(IndexOrderTest, routesInReverseOrderMakeTheSameTrie) {
     expectAlike();
 }
 
+TEST_P(IndexOrderTest, routesNearlyInOrderMakeTheSameTrie) {
+    SCOPED_TRACE(seed);
+    for (std::ptrdiff_t const apart : {2, 10, 60}) {
+        std::vector<IpGenPrefix> prefixes = orderedPrefixes(GetParam(), random, 3000);
+        std::mt19937 order(seed);
+        for (auto at = prefixes.begin(); at != prefixes.end();) {
+            auto const end = at + std::min(apart, prefixes.end() - at);
+            std::shuffle(at, end, order);
+            at = end;
+        }
+        for (IpGenPrefix const& prefix : prefixes) {
+            insertOnBoth(prefix);
+        }
+        expectAlike();
+        onBoth([](Trie& trie) { removeAll(trie); });
+    }
+}
+
 TEST_P(IndexOrderTest, anythingMayHappenBetweenRoutesInOrder) {
     SCOPED_TRACE(seed);
     std::vector<IpGenPrefix> const prefixes = orderedPrefixes(GetParam(), random, 2000);

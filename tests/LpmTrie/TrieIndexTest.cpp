@@ -149,6 +149,35 @@ TEST_P(TrieIndexTest, followsNodesThatComeAndGo) {
     expectRightAnswers(*index);
 }
 
+TEST_P(TrieIndexTest, letsNodesWaitThatComeInAnyOrder) {
+    SCOPED_TRACE(seed);
+    grow(400);
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    std::vector<Node*> all = nodes();
+    U64 const count = index->nodeCount();
+    for (U32 const settledAfter : {1000U, 100U, 10U}) {
+        for (Node* const node : all) {
+            index->del(node);
+        }
+        EXPECT_EQ(index->nodeCount(), 0U);
+        std::shuffle(all.begin(), all.end(), std::mt19937(seed + settledAfter));
+        for (Node* const node : all) {
+            index->add(node);
+            if (random.below(settledAfter) == 0) {
+                index->settle();
+            }
+        }
+        index->settle();
+        for (Node* const node : all) {
+            EXPECT_TRUE(index->knows(node)) << node;
+        }
+        EXPECT_EQ(index->nodeCount(), count);
+        EXPECT_TRUE(index->ready());
+        expectRightAnswers(*index);
+    }
+}
+
 TEST_P(TrieIndexTest, givesItsStorageBackWithTheLastNode) {
     grow(300);
     auto const storage = [] { return Vexo::allocationCounts("LpmTrie::IndexBlock").liveBytes(); };
