@@ -143,23 +143,22 @@ void IndexBlock::moreIs(MoreOfBlock const& more) {
     U64 const places = this->places() | more.places;
     U64 const blocks = bits_.blocks | more.blocks;
     bool const wasInside = inside();
-    U32 const before = wasInside ? U32{bits_.places != 0} : wordCount();
-    U32 const firstNode = firstBlock() + (blocks == 0 ? 0 : blockWords * count(blocks));
-    U32 const after = firstNode + count(places);
+    U32 const before = wordCount();
+    U32 const blockCount = blocks == 0 ? 0 : count(blocks);
+    U32 const after = firstBlock() + blockWords * blockCount + count(places);
     U64* const old = wasInside ? &word_ : storage();
-    bool const moves = after > 1 && (wasInside || pieceWords(before) != pieceWords(after));
+    bool const moves = wasInside || pieceWords(before) != pieceWords(after);
     U64* const piece = moves ? allocatedWords(pieceBytes(after)) : old;
     // From the end: what stays in its piece moves to higher addresses.
     U32 from = before;
     U32 to = after;
-    for (U64 left = places; to != firstNode && from != to; --to) {
+    for (U64 left = places; left != 0 && from != to; --to) {
         U32 const place = highest(left);
-        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): a place is left
         left &= ~(U64{1} << place);
         piece[to - 1] =
             has(more.places, place) ? reinterpret_cast<U64>(more.nodes[place]) : old[--from];
     }
-    for (U64 left = blocks; from != to;) {
+    for (U64 left = blocks; left != 0 && from != to;) {
         U32 const slice = highest(left);
         left &= ~(U64{1} << slice);
         to -= blockWords;
