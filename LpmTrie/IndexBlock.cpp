@@ -115,7 +115,7 @@ void IndexBlock::nodeIs(U32 place, Node* node) {
     (inside() ? &word_ : storage())[at] = reinterpret_cast<U64>(node);
 }
 
-/** The same for a block that is empty. */
+/** Enters all of `more` into a block that is empty. */
 void IndexBlock::fill(MoreOfBlock const& more) {
     Bits const after{more.places, more.blocks};
     if (more.blocks == 0 && (more.places & (more.places - 1)) == 0) {

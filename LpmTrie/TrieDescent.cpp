@@ -8,8 +8,8 @@ bool Trie::DescentCount::countUpwards(Node* lowest, bool ownPartition) noexcept 
     for (bool border = ownPartition; !border && node != nullptr && node->eyeCatcherIntact();
          node = node->parent_) {
         ++node->routeCount_;
-        border = node->partitionNode_;
         ++node->partitionRouteCount_;
+        border = node->partitionNode_;
     }
     for (; node != nullptr && node->eyeCatcherIntact(); node = node->parent_) {
         ++node->routeCount_;
@@ -44,7 +44,7 @@ void Trie::DescentCount::takeBack(Node* lowest, Node const* end) const noexcept 
     }
 }
 
-/** The same by a search in the index. */
+/** The last node that covers the prefix, by a search; null when the index cannot tell it. */
 Node* Trie::searchedCovering(TrieIndex& index, Nimbal::IpGenPrefix const& newPrefix) {
     index.settle();
     Node* const reached = index.ready() ? index.find(newPrefix).node : nullptr;
