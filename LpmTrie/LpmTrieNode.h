@@ -156,18 +156,20 @@ public:
         partitionRouteCount_ += incr;
     }
     void routeCountDec(U32 decr) {
-        if (routeCount_ < decr) [[unlikely]] {
+        U32 rest = 0;
+        if (__builtin_sub_overflow(routeCount_, decr, &rest)) [[unlikely]] {
             failRouteCount(decr);
         }
         checkEyeCatcher("void LpmTrie::Node::routeCountDec(U32)");
-        routeCount_ -= decr;
+        routeCount_ = rest;
     }
     void partitionRouteCountDec(U32 decr) {
-        if (partitionRouteCount_ < decr) [[unlikely]] {
+        U32 rest = 0;
+        if (__builtin_sub_overflow(partitionRouteCount_, decr, &rest)) [[unlikely]] {
             failPartitionRouteCount(decr);
         }
         checkEyeCatcher("void LpmTrie::Node::partitionRouteCountDec(U32)");
-        partitionRouteCount_ -= decr;
+        partitionRouteCount_ = rest;
     }
     /** @} */
 

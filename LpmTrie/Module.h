@@ -24,6 +24,14 @@ inline constexpr char const* source = "LpmTrie/LpmTrie";
 #define LPM_TRACE(level, ...)                                                                      \
     VEXO_TRACE_LINE(::LpmTrie::Detail::trace, level, ::LpmTrie::Detail::source, __VA_ARGS__)
 
+/* One of many lines of a function that has asked once whether any of their levels is on. */
+#define LPM_TRACE_IF(traced, ...)                                                                  \
+    do {                                                                                           \
+        if (traced) [[unlikely]] {                                                                 \
+            LPM_TRACE(__VA_ARGS__);                                                                \
+        }                                                                                          \
+    } while (false)
+
 #define LPM_SASSERT(condition, ...)                                                                \
     VEXO_SASSERT(::LpmTrie::Detail::source, signature, condition, __VA_ARGS__)
 

@@ -46,12 +46,7 @@ void Trie::deallocateNode(Node* node) {
 
 /** The index, when there is one that may lead a search and knows all nodes. */
 TrieIndex const* Trie::usableIndex() const noexcept {
-    TrieIndex* const index = unsettledIndex();
-    if (index == nullptr) {
-        return nullptr;
-    }
-    index->settle();
-    return index->ready() ? index : nullptr;
+    return settled(unsettledIndex());
 }
 
 void Trie::makeIndexWhenLarge() {

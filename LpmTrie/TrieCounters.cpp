@@ -33,17 +33,18 @@ void Trie::updateParentRouteCount(Node* node, bool incr) {
 void Trie::updatePartitionRouteCount(Node* node, bool incr, U32 value) {
     static constexpr char const* signature =
         "void LpmTrie::Trie::updatePartitionRouteCount(LpmTrie::Node*, bool, U32)";
-    LPM_TRACE(8, signature, node);
+    bool const traced = Detail::trace.eitherLevelOn(7, 8);
+    LPM_TRACE_IF(traced, 8, signature, node);
     LPM_ASSERT_NOT_IN_HOOK();
     if (value == 0) {
-        LPM_TRACE(7, "nothing to be done");
+        LPM_TRACE_IF(traced, 7, "nothing to be done");
         return;
     }
     for (; node != nullptr; node = node->parent()) {
-        LPM_TRACE(7,
-                  incr ? "incrementing partitionCount for node:"
-                       : "decrementing partitionCount for node:",
-                  node, " value:", value);
+        LPM_TRACE_IF(traced, 7,
+                     incr ? "incrementing partitionCount for node:"
+                          : "decrementing partitionCount for node:",
+                     node, " value:", value);
         if (incr) {
             node->partitionRouteCountInc(value);
         } else {
@@ -75,10 +76,14 @@ void Trie::decRouteCounters(Node* node) {
     LPM_SASSERT(node->fibRoute(), node);
     LPM_TRACE(8, signature, node);
     LPM_ASSERT_NOT_IN_HOOK();
-    for (bool inPartition = true; inPartition && node != nullptr; node = node->parent()) {
-        node->partitionRouteCountDec(1);
-        inPartition = !node->partitionNode();
-        node->routeCountDec(1);
+    while (node != nullptr) {
+        Node* const counted = node;
+        counted->partitionRouteCountDec(1);
+        counted->routeCountDec(1);
+        node = counted->parent();
+        if (counted->partitionNode()) {
+            break;
+        }
     }
     for (; node != nullptr; node = node->parent()) {
         node->routeCountDec(1);

@@ -35,9 +35,10 @@ public:
         }
     }
 
-    void passed(Node* node) {
+    /** Whose eye catcher the descent has just looked at. */
+    void passed(Node* node) noexcept {
         if (counting_ && !complete_) {
-            node->routeCountInc(1);
+            ++node->routeCount_;
             last_ = node;
         }
     }

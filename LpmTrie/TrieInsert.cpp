@@ -69,6 +69,7 @@ inline Node* Trie::place(Insertion& insertion, HookErrors& errors) {
     } else if (fromPartitionNode == nullptr) {
         commonLen = current->commonLen(newPrefix);
     }
+    bool const traced = Detail::trace.levelOn(7);
     U32 bit = 0;
     while (commonLen == current->len()) {
         if (commonLen == newPrefix.len()) {
@@ -77,7 +78,7 @@ inline Node* Trie::place(Insertion& insertion, HookErrors& errors) {
             return node;
         }
         bit = newPrefix.bit(commonLen);
-        if (Detail::trace.levelOn(7)) [[unlikely]] {
+        if (traced) [[unlikely]] {
             LPM_TRACE(7, " node ", current, ", commonLen ", commonLen);
             LPM_TRACE(7, " bit ", bit);
         }

@@ -12,6 +12,7 @@
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
 #include <LpmTrie/TrieIndex.h>
+#include <LpmTrie/TrieNodes.h>
 
 namespace LpmTrie {
 
@@ -33,7 +34,8 @@ TrieReturnCode Trie::setTrieRc(Node* node, Node* partitionNode) {
 Node* Trie::getClosestFibRouteNode(Node* node) const {
     static constexpr char const* signature =
         "LpmTrie::Node* LpmTrie::Trie::getClosestFibRouteNode(LpmTrie::Node*) const";
-    LPM_TRACE(8, signature, " node:", node);
+    bool const traced = Detail::trace.eitherLevelOn(7, 8);
+    LPM_TRACE_IF(traced, 8, signature, " node:", node);
     Node* fibRouteNode = node;
     if (!node->fibRoute()) {
         do {
@@ -41,13 +43,13 @@ Node* Trie::getClosestFibRouteNode(Node* node) const {
             if (fibRouteNode == nullptr) {
                 break;
             }
-            LPM_TRACE(7, "checking parent:", fibRouteNode);
+            LPM_TRACE_IF(traced, 7, "checking parent:", fibRouteNode);
         } while (!fibRouteNode->fibRoute());
         if (fibRouteNode != nullptr) {
-            LPM_TRACE(7, "found fibRoute ", fibRouteNode);
+            LPM_TRACE_IF(traced, 7, "found fibRoute ", fibRouteNode);
         }
     }
-    LPM_TRACE(8, signature, " fibRouteNode:", fibRouteNode);
+    LPM_TRACE_IF(traced, 8, signature, " fibRouteNode:", fibRouteNode);
     return fibRouteNode;
 }
 
@@ -59,10 +61,10 @@ bool Trie::aliveUpwards(Node const* node) noexcept {
     return node == nullptr;
 }
 
-/** Where the search goes on, and the candidate met before that, by the index; else null. */
+/** Where an untraced search goes on, and the candidate met before that, by the index; else null. */
 Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPartition,
                      Node*& candidate) const {
-    TrieIndex const* const index = usableIndex();
+    TrieIndex const* const index = settled(untracedIndex());
     if (index == nullptr) {
         return nullptr;
     }
@@ -91,13 +93,14 @@ TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
     static constexpr char const* signature =
         "virtual LpmTrie::TrieReturnCode LpmTrie::Trie::findPartitionNode(const "
         "Nimbal::IpGenPrefix&, bool)";
-    LPM_TRACE(8, signature, " prefix:", prefix,
-              " includePendingRmPartition:", includePendingRmPartition);
+    bool const traced = Detail::trace.eitherLevelOn(7, 8);
+    LPM_TRACE_IF(traced, 8, signature, " prefix:", prefix,
+                 " includePendingRmPartition:", includePendingRmPartition);
     if (root_ == nullptr) {
         return {};
     }
     Node* candidate = nullptr;
-    Node* current = skipDown(prefix, includePendingRmPartition, candidate);
+    Node* current = traced ? nullptr : skipDown(prefix, includePendingRmPartition, candidate);
     current = current != nullptr ? current : root_;
     U32 commonLen = current->commonLen(prefix);
     if (commonLen != current->len()) {
@@ -115,7 +118,7 @@ TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
         if (child == nullptr) {
             return setTrieRc(current, candidate);
         }
-        LPM_TRACE(7, " bit ", bit, " current:", child);
+        LPM_TRACE_IF(traced, 7, " bit ", bit, " current:", child);
         commonLen = child->commonLen(prefix);
         if (commonLen != child->len()) {
             return setTrieRc(child, candidate);

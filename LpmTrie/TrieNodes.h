@@ -50,11 +50,24 @@ inline void Trie::indexDel(Node* node) noexcept {
     }
 }
 
-/** The index, when there is one that may lead a search; nodes may still wait for it. */
+/** The index, when there is one that may lead an untraced search; nodes may still wait for it. */
+inline TrieIndex* Trie::untracedIndex() const noexcept {
+    return index_ != nullptr && index_->ready() && !plainSearch_ ? index_.get() : nullptr;
+}
+
+/** The same, or null while steps are traced. */
 inline TrieIndex* Trie::unsettledIndex() const noexcept {
-    bool const usable =
-        index_ != nullptr && index_->ready() && !plainSearch_ && !Detail::trace.eitherLevelOn(7, 8);
-    return usable ? index_.get() : nullptr;
+    TrieIndex* const index = untracedIndex();
+    return index != nullptr && !Detail::trace.eitherLevelOn(7, 8) ? index : nullptr;
+}
+
+/** `index` with all nodes in it; null when there is none, or when it gives up in that. */
+inline TrieIndex const* settled(TrieIndex* index) noexcept {
+    if (index == nullptr) {
+        return nullptr;
+    }
+    index->settle();
+    return index->ready() ? index : nullptr;
 }
 
 }  // namespace LpmTrie

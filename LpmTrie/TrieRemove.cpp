@@ -17,6 +17,17 @@ constexpr char const* removeNodeSignature =
     "LpmTrie::TrieNodeReturnCode LpmTrie::Trie::removeNode(LpmTrie::Node*, bool)";
 }
 
+/** Fetches what the removal of the node found last will touch into the cache, side by side. */
+inline void Trie::fetchForRemoval(Node const* node) const noexcept {
+    if (untracedIndex() == nullptr) {
+        return;
+    }
+    if (Node const* const parent = node->parent_; parent != nullptr) {
+        Vexo::prefetch(parent->prefixRef_.get());
+        prefetchNode(parent->bitNode_[parent->bitNode_[0] == node ? 1 : 0]);
+    }
+}
+
 TrieNodeReturnCode Trie::remove(Nimbal::IpGenPrefix const& prefix) {
     static constexpr char const* signature =
         "LpmTrie::TrieNodeReturnCode LpmTrie::Trie::remove(const Nimbal::IpGenPrefix&)";
@@ -59,17 +70,6 @@ TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
     node->partitionIdIs(nullptr);
     compact(node);
     return {nullptr, true};
-}
-
-/** Fetches what the removal of the node found last will touch into the cache, side by side. */
-void Trie::fetchForRemoval(Node const* node) const noexcept {
-    if (usableIndex() == nullptr) {
-        return;
-    }
-    if (Node const* const parent = node->parent_; parent != nullptr) {
-        Vexo::prefetch(parent->prefixRef_.get());
-        prefetchNode(parent->bitNode_[parent->bitNode_[0] == node ? 1 : 0]);
-    }
 }
 
 void Trie::compact(Node* node) {

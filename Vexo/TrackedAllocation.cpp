@@ -53,18 +53,21 @@ AllocationCounts AllocationRecord::counts() const noexcept {
     // Releases are read first: a release seen here is never ahead of its allocation.
     AllocationCounts counts;
     counts.releases = releases_.load(std::memory_order_acquire);
-    counts.bytesReleased = bytesReleased_.load(std::memory_order_acquire);
+    U64 const beyondReleased = beyondReleased_.load(std::memory_order_acquire);
     counts.allocations = allocations_.load(std::memory_order_relaxed);
-    counts.bytesAllocated = bytesAllocated_.load(std::memory_order_relaxed);
+    U64 const beyondAllocated = beyondAllocated_.load(std::memory_order_relaxed);
+    counts.bytesReleased = counts.releases * usualBytes_ + beyondReleased;
+    counts.bytesAllocated = counts.allocations * usualBytes_ + beyondAllocated;
     return counts;
 }
 
+/** Enters the record before its first allocation is counted. */
 void AllocationRecord::list() noexcept {
     std::lock_guard const lock(listMutex);
-    if (!listed_.load(std::memory_order_relaxed)) {
+    if (!listed_) {
         next_ = firstRecord.load(std::memory_order_relaxed);
         firstRecord.store(this, std::memory_order_release);
-        listed_.store(true, std::memory_order_release);
+        listed_ = true;
     }
 }
 

@@ -28,11 +28,14 @@ struct AllocationCounts {
 
 /**
  * The running counts of one type. A constant of the program; counts are right under any threads.
+ * Bytes are counted only where an object's size is not the usual one: most allocations change one
+ * number.
  */
 class LPMTRIE_API AllocationRecord {
 public:
-    /** All zero. */
-    explicit constexpr AllocationRecord(FwkType const& type) noexcept : type_(&type) {}
+    /** All zero. Objects have `usualBytes`, unless more is said of one. */
+    explicit constexpr AllocationRecord(FwkType const& type, std::size_t usualBytes = 0) noexcept
+        : type_(&type), usualBytes_(usualBytes) {}
     AllocationRecord(AllocationRecord const&) = delete;
     AllocationRecord& operator=(AllocationRecord const&) = delete;
 
@@ -43,44 +46,49 @@ public:
     /** The counts now. */
     AllocationCounts counts() const noexcept;
 
-    /** @{ Counts one object of so many bytes. */
-    void allocated(std::size_t bytes) noexcept {
+    /** @{ Counts one object of so many bytes beyond the usual. */
+    void allocated(std::size_t bytesBeyond) noexcept {
         if constexpr (!guardsOn) {
             return;
         }
-        if (!listed_.load(std::memory_order_acquire)) [[unlikely]] {
+        if (allocations_.load(std::memory_order_acquire) == 0) [[unlikely]] {
             list();
         }
-        add(allocations_, bytesAllocated_, bytes, std::memory_order_relaxed);
+        add(allocations_, beyondAllocated_, bytesBeyond);
     }
-    void released(std::size_t bytes) noexcept {
+    void released(std::size_t bytesBeyond) noexcept {
         if constexpr (!guardsOn) {
             return;
         }
-        add(releases_, bytesReleased_, bytes, std::memory_order_release);
+        add(releases_, beyondReleased_, bytesBeyond);
     }
     /** @} */
 
 private:
-    static void add(std::atomic<U64>& objects, std::atomic<U64>& bytes, U64 size,
-                    std::memory_order order) noexcept {
+    static void add(std::atomic<U64>& objects, std::atomic<U64>& beyond, U64 bytes) noexcept {
         if (singleThread()) {
-            objects.store(objects.load(std::memory_order_relaxed) + 1, order);
-            bytes.store(bytes.load(std::memory_order_relaxed) + size, order);
+            objects.store(objects.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+            if (bytes != 0) {
+                beyond.store(beyond.load(std::memory_order_relaxed) + bytes,
+                             std::memory_order_release);
+            }
         } else {
-            objects.fetch_add(1, order);
-            bytes.fetch_add(size, order);
+            objects.fetch_add(1, std::memory_order_release);
+            if (bytes != 0) {
+                beyond.fetch_add(bytes, std::memory_order_release);
+            }
         }
     }
     [[gnu::cold, gnu::noinline]] void list() noexcept;
 
     FwkType const* type_;
+    U64 usualBytes_;
     AllocationRecord* next_ = nullptr;
-    std::atomic<bool> listed_{false};
+    bool listed_ = false;
     std::atomic<U64> allocations_{0};
     std::atomic<U64> releases_{0};
-    std::atomic<U64> bytesAllocated_{0};
-    std::atomic<U64> bytesReleased_{0};
+    std::atomic<U64> beyondAllocated_{0};
+    std::atomic<U64> beyondReleased_{0};
 };
 
 /**
@@ -130,28 +138,28 @@ public:
      */
     static void* operator new(std::size_t bytes) {
         void* const storage = Storage::allocate(bytes);
-        record_.allocated(bytes);
+        record_.allocated(bytes - sizeof(T));
         return storage;
     }
     static void* operator new(std::size_t bytes, std::align_val_t alignment) {
         void* const storage = Detail::alignedStorage(bytes, alignment);
-        record_.allocated(bytes);
+        record_.allocated(bytes - sizeof(T));
         return storage;
     }
     static void* operator new(std::size_t, void* place) noexcept { return place; }
     static void operator delete(void* storage, std::size_t bytes) noexcept {
-        record_.released(bytes);
+        record_.released(bytes - sizeof(T));
         Storage::release(storage, bytes);
     }
     // Without the size: g++ and clang++ find no delete that takes it when a constructor throws.
     static void operator delete(void* storage, std::align_val_t alignment) noexcept {
-        record_.released(Detail::alignedStorageSize(storage));
+        record_.released(Detail::alignedStorageSize(storage) - sizeof(T));
         Detail::releaseAlignedStorage(storage, alignment);
     }
     /** @endcond */
 
 private:
-    static inline constinit AllocationRecord record_{T::fwkType_};
+    static inline constinit AllocationRecord record_{T::fwkType_, sizeof(T)};
 };
 
 }  // namespace Vexo

@@ -204,4 +204,16 @@ TEST(AllocationRecordTest, tellsItsTypeAndItsCounts) {
     EXPECT_EQ(record.counts(), AllocationCounts{});
 }
 
+TEST(AllocationRecordTest, countsTheUsualBytesAndThoseBeyond) {
+    static constexpr FwkType oddType("VexoTest::Odd", testModule, 13);
+    static constinit Vexo::AllocationRecord record(oddType, 24);
+    record.allocated(0);
+    record.allocated(8);
+    record.released(8);
+    EXPECT_EQ(record.counts(), (AllocationCounts{2, 1, 24 + 32, 32}));
+    record.released(0);
+    EXPECT_EQ(record.counts(), (AllocationCounts{2, 2, 56, 56}));
+    EXPECT_EQ(allocationCounts("VexoTest::Odd"), record.counts());
+}
+
 }  // namespace
