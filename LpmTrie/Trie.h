@@ -261,7 +261,7 @@ private:
     void freeNode(Node* node) noexcept;
     void hangUnder(Node* parent, U32 bit, Node* node);
 
-    TrieIndex* untracedIndex() const noexcept;
+    TrieIndex* indexInUse() const noexcept;
     TrieIndex* unsettledIndex() const noexcept;
     TrieIndex const* usableIndex() const noexcept;
     void makeIndexWhenLarge();

@@ -64,7 +64,7 @@ bool Trie::aliveUpwards(Node const* node) noexcept {
 /** Where an untraced search goes on, and the candidate met before that, by the index; else null. */
 Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPartition,
                      Node*& candidate) const {
-    TrieIndex const* const index = settled(untracedIndex());
+    TrieIndex const* const index = settled(indexInUse());
     if (index == nullptr) {
         return nullptr;
     }

@@ -50,14 +50,14 @@ inline void Trie::indexDel(Node* node) noexcept {
     }
 }
 
-/** The index, when there is one that may lead an untraced search; nodes may still wait for it. */
-inline TrieIndex* Trie::untracedIndex() const noexcept {
+/** The index, when there is one in use; nodes may still wait for it. A search asks about traces. */
+inline TrieIndex* Trie::indexInUse() const noexcept {
     return index_ != nullptr && index_->ready() && !plainSearch_ ? index_.get() : nullptr;
 }
 
-/** The same, or null while steps are traced. */
+/** The same, or null while steps are traced: what may lead a search. */
 inline TrieIndex* Trie::unsettledIndex() const noexcept {
-    TrieIndex* const index = untracedIndex();
+    TrieIndex* const index = indexInUse();
     return index != nullptr && !Detail::trace.eitherLevelOn(7, 8) ? index : nullptr;
 }
 

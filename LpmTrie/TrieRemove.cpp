@@ -19,7 +19,7 @@ constexpr char const* removeNodeSignature =
 
 /** Fetches what the removal of the node found last will touch into the cache, side by side. */
 inline void Trie::fetchForRemoval(Node const* node) const noexcept {
-    if (untracedIndex() == nullptr) {
+    if (indexInUse() == nullptr) {
         return;
     }
     if (Node const* const parent = node->parent_; parent != nullptr) {

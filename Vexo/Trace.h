@@ -29,7 +29,7 @@ using TraceSink = std::function<void(TraceLine const&)>;
 /**
  * A switchable source of trace lines with levels 0 to 9. A static constant of its module, entered
  * into the process's list of handles on first use. Levels may be switched at any time by any
- * thread.
+ * thread; a function that has begun may leave out lines of a level that comes on meanwhile.
  */
 class LPMTRIE_API TraceHandle {
 public:
