@@ -55,6 +55,11 @@ protected:
         }
         return {nullptr, nullptr};
     }
+    void takeAllOut(TrieIndex& index) {
+        for (PlacedNode const& placed : placedNodes(trie().root())) {
+            index.del(placed.node);
+        }
+    }
     /** Lets the next nodes be entered one by one, as they are after a search. */
     static void comeOutOfOrder(TrieIndex& index, Node* deleted) {
         index.del(deleted);
@@ -186,9 +191,7 @@ TEST_F(IndexGivesUpTest, whenANodeThatWaitsFindsItsPlaceTaken) {
 TEST_F(IndexGivesUpTest, whenANodeFindsItsPlaceTakenInABlockThatWaits) {
     auto const index = this->index();
     ASSERT_NE(index, nullptr);
-    for (PlacedNode const& placed : placedNodes(trie().root())) {
-        index->del(placed.node);
-    }
+    takeAllOut(*index);
     // Of two blocks below one, the first is complete when a node comes for the other.
     auto const [first, other] = routesOfNeighbouringBlocks();
     ASSERT_NE(first, nullptr);
@@ -205,9 +208,7 @@ TEST_F(IndexGivesUpTest, andGivesBackWhatBlocksThatWaitHold) {
     U64 const before = storage();
     auto const index = this->index();
     ASSERT_NE(index, nullptr);
-    for (PlacedNode const& placed : placedNodes(trie().root())) {
-        index->del(placed.node);
-    }
+    takeAllOut(*index);
     EXPECT_EQ(storage(), before) << "the index is empty";
     for (PlacedNode const& placed : placedNodes(trie().root())) {
         index->add(placed.node);
