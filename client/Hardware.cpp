@@ -64,9 +64,14 @@ U64 WriteCounts::totalRefused() const noexcept {
 
 Hardware::~Hardware() = default;
 
-WriteStatus Hardware::write(Write const& write) {
+WriteStatus Hardware::write(Write const& write) noexcept {
     std::lock_guard const lock(mutex_);
-    WriteStatus const status = apply(write);
+    WriteStatus status = WriteStatus::transientError;
+    try {
+        status = apply(write);
+    } catch (...) {
+        // A write is refused or done: who undoes an update must not be interrupted in that.
+    }
     auto& counts = status == WriteStatus::done ? counts_.done : counts_.refused;
     ++counts[static_cast<std::size_t>(write.kind)];
     return status;

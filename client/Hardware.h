@@ -119,7 +119,7 @@ struct BucketContents {
 /**
  * The chip as the client sees it: derive from it to put a chip of your own behind a client. Threads
  * may share one: a write, or a question, is one step. A write either succeeds or is refused and
- * changes nothing; it must not throw. The client owns no hardware: it must outlive its managers.
+ * changes nothing; it does not throw. The client owns no hardware: it must outlive its managers.
  */
 class Hardware {
 public:
@@ -128,8 +128,8 @@ public:
     Hardware& operator=(Hardware const&) = delete;
     virtual ~Hardware();
 
-    /** Carries out one write, by `apply`, and counts it. */
-    WriteStatus write(Write const& write);
+    /** Carries out one write, by `apply`, and counts it. What that throws is a `transientError`. */
+    WriteStatus write(Write const& write) noexcept;
     /** The writes since this object was made. */
     WriteCounts counts() const;
 
@@ -150,7 +150,7 @@ public:
 protected:
     /**
      * @{ What a chip implements: the public operations call these, one at a time, with the lock
-     * held. `apply` must not throw, and changes nothing where it refuses.
+     * held. `apply` changes nothing where it refuses or throws.
      */
     virtual WriteStatus apply(Write const& write) = 0;
     virtual std::vector<Binding> readBindings(U32 vrfId, Nimbal::AddressFamily af) const = 0;

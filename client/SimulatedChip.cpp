@@ -26,15 +26,8 @@ SimulatedChip::Cell const* SimulatedChip::find(Bucket bucket) const noexcept {
     return bucket < cells_.size() && cells_[bucket].allocated ? &cells_[bucket] : nullptr;
 }
 
+/** May find no memory, before anything has changed: then the write is refused for now. */
 WriteStatus SimulatedChip::apply(Write const& write) {
-    try {
-        return carryOut(write);
-    } catch (std::bad_alloc const&) {
-        return WriteStatus::transientError;  // before anything has changed
-    }
-}
-
-WriteStatus SimulatedChip::carryOut(Write const& write) {
     if (write.kind == WriteKind::allocate) {
         return allocate(write);
     }

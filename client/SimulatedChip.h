@@ -93,7 +93,6 @@ private:
 
     Cell* find(Bucket bucket) noexcept;
     Cell const* find(Bucket bucket) const noexcept;
-    WriteStatus carryOut(Write const& write);
     WriteStatus allocate(Write const& write);
     WriteStatus release(Cell& cell);
     WriteStatus writeRoute(Cell& cell, Route const& route) const;

@@ -129,7 +129,7 @@ constexpr std::array<LevelCounts, 53> ipv6Levels{{
 // clang-format on
 
 /** The /8 of unicast space but for the three that are reserved whole (RFC 6890): 0, 10 and 127. */
-constexpr auto ipv4Pool = [] {
+constexpr std::array<U32, 221> ipv4Blocks() {
     std::array<U32, 221> pool{};
     std::size_t size = 0;
     for (U32 block = 1; block < 224; ++block) {
@@ -138,16 +138,18 @@ constexpr auto ipv4Pool = [] {
         }
     }
     return pool;
-}();
+}
+constexpr auto ipv4Pool = ipv4Blocks();
 
 /** The /12 of 2000::/3, global unicast space (RFC 4291). */
-constexpr auto ipv6Pool = [] {
+constexpr std::array<U32, 512> ipv6Blocks() {
     std::array<U32, 512> pool{};
     for (U32 i = 0; i < pool.size(); ++i) {
         pool[i] = 0x200 + i;
     }
     return pool;
-}();
+}
+constexpr auto ipv6Pool = ipv6Blocks();
 
 constexpr TableShape ipv4Shape{.firstLen = 8,
                                .lastLen = 32,
