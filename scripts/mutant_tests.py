@@ -1,7 +1,8 @@
-"""Builds the library and its tests once, and then one changed source at a time.
+"""Builds the library and its tests once, and then one changed source or header at a time.
 
-A changed object is linked in front of the unchanged static libraries, so that the linker never takes the
-unchanged one out of its archive.
+Changed objects are linked in front of the unchanged static libraries, so that the linker never takes the
+unchanged ones out of their archives. Those of a header, all that include it, come first of all, so that its
+inline functions are theirs; what the compiler has inlined into the tests themselves stays unchanged.
 """
 
 import functools
@@ -51,6 +52,7 @@ class Library:
         self.compiles = {str(pathlib.Path(entry["file"]).relative_to(ROOT)): shlex.split(entry["command"])
                          for entry in database if entry["file"].startswith(str(ROOT))}
         self.links = {program: self.link(program) for program in programs}
+        self.including = self.sources_including()
         self.times = {}
         self.lock = threading.Lock()
 
@@ -58,6 +60,23 @@ class Library:
     def link(program):
         last = needed(["ninja", "-t", "commands", program]).strip().splitlines()[-1]
         return shlex.split(re.sub(r"^: && | && :$", "", last))
+
+    @staticmethod
+    def sources_including():
+        """For each file, the library's sources that include it."""
+        including, source = {}, None
+        for line in needed(["ninja", "-t", "deps"]).splitlines():
+            if not line.startswith(" "):
+                source = None  # of the object that this line names
+                continue
+            path = (BUILD / line.strip()).resolve()
+            if not path.is_relative_to(ROOT):
+                continue
+            path = str(path.relative_to(ROOT))
+            source = source or path
+            if source.split("/")[0] in FOLDERS:
+                including.setdefault(path, set()).add(source)
+        return {path: sorted(sources) for path, sources in including.items()}
 
     def time_of(self, program, stage):
         """Seconds of a processor that the unchanged program needs, found out when first asked for."""
@@ -150,12 +169,25 @@ class Worker:
         self.unchanged = {}
 
     def compile(self, path, source):
-        """The object's bytes; none where it does not compile."""
-        copy, out = self.folder / pathlib.Path(path).name, self.folder / "changed.o"
-        copy.write_text(source)
+        """The bytes of each object that is made of it; none where one does not compile."""
+        shutil.rmtree(self.folder / "include", ignore_errors=True)
+        changed = self.folder / "include" / path
+        changed.parent.mkdir(parents=True)
+        changed.write_text(source)
+        objects = []
+        for including in self.library.including.get(path, []):  # a source includes itself
+            objects.append(self.compile_one(changed if including == path else ROOT / including, including))
+            if objects[-1] is None:
+                return None
+        return objects
+
+    def compile_one(self, file, path):
+        out = self.folder / "changed.o"
         command = list(self.library.compiles[path])
         command[command.index("-o") + 1] = str(out)
-        command[command.index("-c") + 1] = str(copy)
+        command[command.index("-c") + 1] = str(file)
+        first = next(i for i, word in enumerate(command) if word.startswith("-"))
+        command[first:first] = ["-I", str(self.folder / "include")]
         command.append("-w")  # what a warning tells is not what the tests tell
         done = run(command, env=dict(os.environ, CCACHE_DISABLE="1"))
         return out.read_bytes() if done.returncode == 0 else None
@@ -173,9 +205,8 @@ class Worker:
         if changed == self.unchanged[mutant.path]:
             return "same code", ""
         for program in FOLDERS[mutant.path.split("/")[0]]:
-            if not self.link(program):
-                (self.folder / "changed.o").write_bytes(self.unchanged[mutant.path])
-                if not self.link(program):
+            if not self.link(program, mutant.path, changed):
+                if not self.link(program, mutant.path, self.unchanged[mutant.path]):
                     sys.exit(f"mutation: {program} cannot be linked with the unchanged {mutant.path}")
                 return "does not compile", f"{program} cannot be linked"
             told = self.told_by(program, mutant.path)
@@ -183,12 +214,16 @@ class Worker:
                 return "killed", f"{program}: {told}"
         return "survived", ""
 
-    def link(self, program):
-        """Whether the program could be linked with the changed object."""
+    def link(self, program, path, objects):
+        """Whether the program could be linked with the changed objects of a source or header."""
+        names = [self.folder / f"changed{number}.o" for number in range(len(objects))]
+        for name, content in zip(names, objects):
+            name.write_bytes(content)
         command = list(self.library.links[program])
         command[command.index("-o") + 1] = str(self.folder / program)
-        command.insert(next(i for i, word in enumerate(command) if word.endswith(".a")),
-                       str(self.folder / "changed.o"))
+        behind = ".o" if path.endswith(".h") else ".a"
+        place = next(i for i, word in enumerate(command) if word.endswith(behind))
+        command[place:place] = map(str, names)
         return run(command).returncode == 0
 
     def told_by(self, program, path):

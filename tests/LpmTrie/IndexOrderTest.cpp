@@ -164,6 +164,28 @@ TEST_P(IndexOrderTest, walksVisitTheSameNodes) {
     }
 }
 
+TEST_P(IndexOrderTest, walksGoOnWhenRoutesComeBetweenTheirSteps) {
+    SCOPED_TRACE(seed);
+    std::vector<IpGenPrefix> prefixes = orderedPrefixes(GetParam(), random, 2000);
+    std::shuffle(prefixes.begin(), prefixes.end(), std::mt19937(seed));
+    auto const step = [](Trie& trie, auto& at) {
+        at = trie.preorderNextNode(nullptr, at.node(), at.level, false, false);
+        return at.node() != nullptr ? at.node()->stringValue() : String("the end");
+    };
+    LpmTrie::TrieTraversalReturnCode inPlain;  // begins at the root, and begins again at the end
+    LpmTrie::TrieTraversalReturnCode inIndexed;
+    U32 ends = 0;
+    for (std::size_t i = 0; i < prefixes.size(); ++i) {
+        insertOnBoth(prefixes[i]);
+        for (U32 steps = random.below(20); steps != 0; --steps) {
+            String const expected = step(*plain, inPlain);
+            ASSERT_EQ(step(*indexed, inIndexed), expected) << "behind route " << i;
+            ends += inPlain.node() == nullptr ? 1U : 0U;
+        }
+    }
+    EXPECT_GT(ends, 5U);
+}
+
 TEST_P(IndexOrderTest, anIndexMadeLaterKnowsAllNodesAndRoles) {
     SCOPED_TRACE(seed);
     auto const id = PartitionId::PartitionIdIs(PartitionIdValue(3), ~0U, nullptr);

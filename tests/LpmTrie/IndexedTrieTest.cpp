@@ -170,6 +170,30 @@ TEST_F(HandBuiltIndexedTrieTest, aTrieThatHasBeenEmptyMakesItselfAnIndexAgain) {
     EXPECT_TRUE(TrieIndex::numbered(1).entered(trie().root()));
 }
 
+TEST_F(HandBuiltIndexedTrieTest, theTriesOwnOperationsLeaveTheIndexInUse) {
+    // No other index exists now, so that the trie's has the first number.
+    TrieIndex const& index = TrieIndex::numbered(1);
+    auto const inUse = [&] { return index.ready() && index.entered(trie().root()); };
+    route("10.1.2.128/25");
+    EXPECT_TRUE(inUse()) << "a child";
+    route("10.0.0.0/7");
+    EXPECT_TRUE(inUse()) << "a parent";
+    route("10.1.2.64/26");
+    EXPECT_TRUE(inUse()) << "a branch";
+    auto const id = PartitionId::PartitionIdIs(PartitionIdValue(3), ~0U, nullptr);
+    Node* const cut =
+        trie().insertFromRoot(prefix("10.1.0.0/17"), false, true, id, 0).partitionNode();
+    EXPECT_TRUE(inUse()) << "a partition";
+    trie().mergePartitionNodeCount(cut);
+    trie().removeNode(cut, true);
+    EXPECT_TRUE(inUse()) << "a partition's end";
+    for (char const* const text : {"10.1.2.64/26", "10.1.2.0/24", "0.0.0.0/0", "10.0.0.0/7"}) {
+        EXPECT_TRUE(trie().remove(prefix(text)).success) << text;
+        EXPECT_TRUE(inUse()) << "without " << text;
+    }
+    trie().verify();
+}
+
 TEST_F(HandBuiltIndexedTrieTest, aSlotEmptiedByHandIsEmptyAlsoAfterInsertions) {
     Node* const top = find("10.1.0.0/16");
     Node* const below = top->bitNode(0);
