@@ -71,6 +71,13 @@ TEST_F(CountersTraceTest, updatePartitionRouteCountByZeroSaysSoAndOfNothingDoesN
                     line(8, Signature::updatePartitionRouteCount + "(nil)")));
 }
 
+TEST_F(CountersTraceTest, updatePartitionRouteCountByZeroSaysNoMoreThanItsLevel) {
+    TraceCapture const trace("LpmTrie/8");
+    trie().updatePartitionRouteCount(route_, false, 0);
+    EXPECT_THAT(trace.lines(), ElementsAre(line(8, Signature::updatePartitionRouteCount +
+                                                       "Fib,10.1.0.0/16,5,5,nil,hw:0")));
+}
+
 TEST_F(CountersTraceTest, mergePartitionNodeCountAndDecRouteCountersTellTheirNodeAlone) {
     middle_->partitionNodeIs(true);
     TraceCapture const trace;

@@ -228,6 +228,18 @@ TEST_F(IndexGivesUpTest, whenANodeThatWaitsFindsItsPlaceTakenWhileAnotherGoes) {
     expectForgotten(*index);
 }
 
+TEST_F(IndexGivesUpTest, whenANodeThatWaitsFindsItsPlaceTakenWhileAnotherComesOutOfOrder) {
+    auto const index = this->index();
+    ASSERT_NE(index, nullptr);
+    Node* const route = routes()[3];
+    index->del(route);
+    index->add(twin(routes()[7]));
+    EXPECT_EQ(index->nearLast(route->prefixRef()->prefix()), nullptr);
+    EXPECT_TRUE(index->ready());
+    index->add(route);
+    expectForgotten(*index);
+}
+
 TEST_F(IndexGivesUpTest, whenANodeThatComesOutOfOrderFindsItsPlaceTaken) {
     auto const index = this->index();
     ASSERT_NE(index, nullptr);
