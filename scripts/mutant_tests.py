@@ -216,10 +216,14 @@ class Worker:
 
     def link(self, program, path, objects):
         """Whether the program could be linked with the changed objects of a source or header."""
-        names = [self.folder / f"changed{number}.o" for number in range(len(objects))]
-        for name, content in zip(names, objects):
-            name.write_bytes(content)
         command = list(self.library.links[program])
+        archives = {pathlib.Path(word).name for word in command}
+        names = []
+        for including, content in zip(self.library.including.get(path, []), objects):
+            # Of the folders that the program needs.
+            if f"lib{including.split('/')[0]}.a" in archives:
+                names.append(self.folder / f"changed{len(names)}.o")
+                names[-1].write_bytes(content)
         command[command.index("-o") + 1] = str(self.folder / program)
         behind = ".o" if path.endswith(".h") else ".a"
         place = next(i for i, word in enumerate(command) if word.endswith(behind))
