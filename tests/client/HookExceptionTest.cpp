@@ -2,9 +2,8 @@
 #include <tests/client/UndisturbedRun.h>
 
 /*
- * Exceptions from what a user of the client puts into it: a policy of his own, a chip of his own,
- * and a sink for the library's traces. Trie and chip agree afterwards, and the run goes on as one
- * without them.
+ * Exceptions from what a user of the client puts into it: a policy of his own and a sink for the
+ * library's traces. Trie and chip agree afterwards, and the run goes on as one without them.
  */
 
 namespace ClientTest {
@@ -91,38 +90,6 @@ TEST_P(HookExceptionTest, policyThatThrowsLeavesAnAnnouncementUndoneAndAWithdraw
     ASSERT_FALSE(world.failed());
     EXPECT_GT(announcements, 2U);
     EXPECT_GT(withdrawals, 10U);
-}
-
-TEST_P(HookExceptionTest, writeThatThrowsIsRefusedAndMadeGoodByRetry) {
-    U64 const mostWrites = this->mostWrites();
-    for (U64 number = 0; number < mostWrites; ++number) {
-        ClientWorld world(space_, policy_, size_);
-        U64 thrown = 0;
-        for (std::size_t i = 0; i < steps_.size(); ++i) {
-            SCOPED_TRACE("update " + std::to_string(i) + ", write " + std::to_string(number));
-            Update const& update = steps_[i].update;
-            world.watched.countAnew();
-            world.watched.refuse = [&](U64 n, WatchedChip::Write const&) {
-                if (n == number) {
-                    ++thrown;
-                    throw Thrown();
-                }
-                return std::optional<LpmClient::WriteStatus>();
-            };
-            Outcome const outcome = world.update(update);
-            world.watched.refuse = nullptr;
-            ASSERT_NO_FATAL_FAILURE(world.checkAnswers());
-            ASSERT_TRUE(world.manager().retry());
-            if (outcome == Outcome::refused) {
-                takeInto(world.table, update);
-            }
-            ASSERT_FALSE(world.failed());
-            ASSERT_NO_FATAL_FAILURE(world.check());
-            ASSERT_EQ(world.state(), steps_[i].state);
-        }
-        ASSERT_GT(thrown, 0U);
-        ASSERT_EQ(world.watched.counts().totalRefused(), thrown);
-    }
 }
 
 TEST_P(HookExceptionTest, traceSinkThatThrowsChangesNothing) {

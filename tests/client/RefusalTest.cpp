@@ -1,3 +1,5 @@
+#include <stdexcept>
+
 #include <tests/client/UndisturbedRun.h>
 
 /*
@@ -12,6 +14,7 @@ namespace {
 
 enum class Fault : U8 {
     once,        // write n only
+    thrown,      // the same, by an exception out of the chip
     untilRetry,  // write n and all that follow, those that take the change back included
     everySecond  // write n, n + 2 and so on, also in the first retries
 };
@@ -52,7 +55,11 @@ protected:
 void RefusalTest::refuse(WatchedChip& chip, Fault fault, U64 number) {
     chip.countAnew();
     chip.refuse = [fault, number](U64 n, WatchedChip::Write const& write) {
+        if (fault == Fault::thrown && n == number) {
+            throw std::runtime_error("chip gone");
+        }
         bool const refused = fault == Fault::once         ? n == number
+                             : fault == Fault::thrown     ? false
                              : fault == Fault::untilRetry ? n >= number
                                                           : n >= number && (n - number) % 2 == 0;
         WriteStatus const status =
@@ -88,7 +95,7 @@ void RefusalTest::run(Fault fault, U64 number) {
         } else {
             ASSERT_TRUE(world.manager().owed().empty());
         }
-        if (fault == Fault::once) {
+        if (fault == Fault::once || fault == Fault::thrown) {
             ASSERT_NO_FATAL_FAILURE(world.checkAnswers());
             for (auto const& difference : world.manager().audit()) {
                 ASSERT_EQ(difference.kind, LpmClient::DifferenceKind::bucketStray) << difference;
@@ -102,11 +109,18 @@ void RefusalTest::run(Fault fault, U64 number) {
         ASSERT_NO_FATAL_FAILURE(world.check());
         ASSERT_EQ(world.state(), steps_[i].state);
     }
+    ASSERT_GT(world.watched.counts().totalRefused(), 0U);
 }
 
 TEST_P(RefusalTest, oneRefusedWriteIsMadeGoodByRetry) {
     for (U64 number = 0; number < mostWrites_ && !HasFatalFailure(); ++number) {
         run(Fault::once, number);
+    }
+}
+
+TEST_P(RefusalTest, writeThatThrowsIsRefusedAndMadeGoodByRetry) {
+    for (U64 number = 0; number < mostWrites_ && !HasFatalFailure(); ++number) {
+        run(Fault::thrown, number);
     }
 }
 
