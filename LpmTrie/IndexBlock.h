@@ -13,11 +13,16 @@ inline void prefetchNode(Node const* node) noexcept {
     Vexo::prefetch(node, sizeof(Node) / 2);
 }
 
-/** The same for what a climb through the node reads. */
-inline void prefetchForClimb(Node const* node) noexcept {
+/** The same for what a climb through the node reads when it has looked at the eye catcher. */
+inline void prefetchRestForClimb(Node const* node) noexcept {
     // Neither its begin nor its end: where these lie in other lines, the climb does not need them.
-    Vexo::prefetch(node, sizeof(void*));
     Vexo::prefetch(node, 4 * sizeof(void*) - 1);
+}
+
+/** The same for all that a climb through the node reads. */
+inline void prefetchForClimb(Node const* node) noexcept {
+    Vexo::prefetch(node, sizeof(void*));
+    prefetchRestForClimb(node);
 }
 
 /** How many bits are set below others of one word: the baseline has no instruction for it. */

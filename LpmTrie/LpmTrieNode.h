@@ -20,6 +20,39 @@ constexpr U32 TRIE_NODE_EYECATCHER = 0xBADBADBAU;
 using Vexo::U16;
 using Vexo::U64;
 
+namespace Detail {
+
+/**
+ * What stands at the begin of a node. It is looked at as a whole: one comparison tells whether a
+ * climb may go on to the parent.
+ */
+struct NodeStanding {
+    U32 eyeCatcher_;
+    bool partitionNode_;
+    bool fibRoute_;
+    bool hasParent_;
+    bool unused_;
+
+    /** Alive, below another node, and no partition node. */
+    constexpr bool ordinary() const noexcept;
+    /** The same, and no route either. */
+    constexpr bool ordinaryInternal() const noexcept;
+};
+static_assert(sizeof(NodeStanding) == sizeof(U64));
+
+constexpr bool NodeStanding::ordinaryInternal() const noexcept {
+    constexpr NodeStanding expected{TRIE_NODE_EYECATCHER, false, false, true, false};
+    return std::bit_cast<U64>(*this) == std::bit_cast<U64>(expected);
+}
+
+constexpr bool NodeStanding::ordinary() const noexcept {
+    constexpr NodeStanding route{0, false, true, false, false};
+    constexpr NodeStanding expected{TRIE_NODE_EYECATCHER, false, true, true, false};
+    return (std::bit_cast<U64>(*this) | std::bit_cast<U64>(route)) == std::bit_cast<U64>(expected);
+}
+
+}  // namespace Detail
+
 /**
  * One vertex of the trie: a FIB route, the root of a partition, both, or an internal node that
  * joins two subtrees. Owned by its trie, made by `Trie::allocateNode` and destroyed by
@@ -36,13 +69,13 @@ using Vexo::U64;
  * Every change and every computed answer first asserts the eye catcher; plain reads do not. A
  * failed check ends the process. Not locked: whoever serialises the trie serialises its nodes.
  */
-class LPMTRIE_API Node : public Vexo::TrackedAllocation<Node, Vexo::SlabStorage> {
+class LPMTRIE_API Node : public Vexo::TrackedAllocation<Node, Vexo::SlabStorage>,
+                         private Detail::NodeStanding {
 public:
     /** Linked to nothing, counters 0, nothing pending. `prefixRef` is not null. */
     Node(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute, bool partitionNode,
          PartitionId::Ptr const& partitionId, U32 hwTable) noexcept
-        : partitionNode_(partitionNode),
-          fibRoute_(fibRoute),
+        : NodeStanding{TRIE_NODE_EYECATCHER, partitionNode, fibRoute, false, false},
           prefixRef_(prefixRef),
           partitionId_(partitionId),
           hwTable_(hwTable) {
@@ -156,18 +189,12 @@ public:
         partitionRouteCount_ += incr;
     }
     void routeCountDec(U32 decr) {
-        U32 rest = 0;
-        if (__builtin_sub_overflow(routeCount_, decr, &rest)) [[unlikely]] {
-            failRouteCount(decr);
-        }
+        U32 const rest = routeCountLess(decr);
         checkEyeCatcher("void LpmTrie::Node::routeCountDec(U32)");
         routeCount_ = rest;
     }
     void partitionRouteCountDec(U32 decr) {
-        U32 rest = 0;
-        if (__builtin_sub_overflow(partitionRouteCount_, decr, &rest)) [[unlikely]] {
-            failPartitionRouteCount(decr);
-        }
+        U32 const rest = partitionRouteCountLess(decr);
         checkEyeCatcher("void LpmTrie::Node::partitionRouteCountDec(U32)");
         partitionRouteCount_ = rest;
     }
@@ -205,6 +232,23 @@ private:
         return partitionNode_ || pendingState_.removePartition();
     }
 
+    /** @{ What is left of a counter. Going below 0 is fatal. */
+    U32 routeCountLess(U32 decr) const {
+        U32 rest = 0;
+        if (__builtin_sub_overflow(routeCount_, decr, &rest)) [[unlikely]] {
+            failRouteCount(decr);
+        }
+        return rest;
+    }
+    U32 partitionRouteCountLess(U32 decr) const {
+        U32 rest = 0;
+        if (__builtin_sub_overflow(partitionRouteCount_, decr, &rest)) [[unlikely]] {
+            failPartitionRouteCount(decr);
+        }
+        return rest;
+    }
+    /** @} */
+
     /** Bit `position` of the prefix's address. */
     U32 prefixBit(U32 position) const {
         return position < headBits ? static_cast<U32>(head_ >> (headBits - 1 - position)) & 1U
@@ -215,6 +259,7 @@ private:
     void linkParent(Node* parent) {
         checkEyeCatcher("void LpmTrie::Node::parentIs(LpmTrie::Node*)");
         parent_ = parent;
+        hasParent_ = parent != nullptr;
     }
     void linkChild(U32 bit, Node* node) {
         checkEyeCatcher("void LpmTrie::Node::bitNodeIs(U32, LpmTrie::Node*)");
@@ -241,10 +286,6 @@ private:
     static constexpr U8 longLen = 255;  // stands for lengths that must be read from the holder
     static constexpr U32 headBits = 64;
 
-    U32 eyeCatcher_ = TRIE_NODE_EYECATCHER;
-    bool partitionNode_;
-    bool fibRoute_;
-    U8 headLen_ = longLen;  // the prefix's length
     U32 routeCount_ = 0;
     U32 partitionRouteCount_ = 0;
     Node* parent_ = nullptr;
@@ -252,7 +293,8 @@ private:
     Vexo::Ptr<Nimbal::IpGenPrefixRef> prefixRef_;
     PartitionId::Ptr partitionId_;
     PendingState pendingState_;
-    U16 index_ = 0;  // the number of the index that knows this node, 0 when none does
+    U8 headLen_ = longLen;  // the prefix's length
+    U16 index_ = 0;         // the number of the index that knows this node, 0 when none does
     U32 hwTable_;
     U64 head_ = 0;  // the prefix's first bits
 };

@@ -28,11 +28,12 @@ Node* Trie::allocateNode(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, boo
     static constexpr char const* signature =
         "virtual LpmTrie::Node* LpmTrie::Trie::allocateNode(const Ptr&, bool, bool, const Ptr&, "
         "U32)";
-    LPM_TRACE(8, signature, " prefix:", prefixRef.get(), " fibRoute:", fibRoute,
-              " partitionNode:", partitionNode, " partitionid:", partitionId.get(),
-              " hwTable:", hwTable);
+    bool const traced = Detail::trace.mayBeOn(8, 8);
+    LPM_TRACE_IF(traced, 8, signature, " prefix:", prefixRef.get(), " fibRoute:", fibRoute,
+                 " partitionNode:", partitionNode, " partitionid:", partitionId.get(),
+                 " hwTable:", hwTable);
     auto* const node = new Node(prefixRef, fibRoute, partitionNode, partitionId, hwTable);
-    LPM_TRACE(8, signature, "node:", node);
+    LPM_TRACE_IF(traced, 8, signature, "node:", node);
     return node;
 }
 

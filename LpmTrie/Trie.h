@@ -269,25 +269,16 @@ private:
     void indexAdd(Node* node) noexcept;
     void indexDel(Node* node) noexcept;
 
-    static bool aliveUpwards(Node const* node) noexcept;
     Node* skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPartition,
                    Node*& candidate) const;
-    Node* place(Insertion& insertion, HookErrors& errors);
     Node* lastCovering(Nimbal::IpGenPrefix const& newPrefix) const;
     static Node* searchedCovering(TrieIndex& index, Nimbal::IpGenPrefix const& newPrefix);
     Node* skipDown(Insertion& insertion, Node* start, DescentCount& count) const;
     Node* placeRoot(Insertion const& insertion, HookErrors& errors);
-    Node* placeChild(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);
-    Node* placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
-                      HookErrors& errors);
-    Node* placeParent(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);
     Node* placeAgain(Insertion const& insertion, Node* current, HookErrors& errors);
-    void giveRole(Node* node, Insertion const& insertion, bool newNode, HookErrors& errors);
-    void giveRole(Node* node, bool fibRoute, Node* fromPartitionNode, bool partitionNode,
-                  bool newNode, HookErrors& errors);
 
+    void countRouteOut(Node* node);
     void fetchForRemoval(Node const* node) const noexcept;
-    void compact(Node* node);
     void callMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32 oldHwTable);
     void report(Node* node, PartitionId::Ptr const& oldPartitionId,
                 TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
@@ -305,6 +296,43 @@ private:
                                          bool toSrcPartition);
     Node* childWithMoreRoutes(Node* node);
     Node* parentMergeNode(Node* srcNode, U32 maxEntries);
+
+    // What most operations spend their time in. Whether their steps are traced is asked once, when
+    // an operation begins: then nothing more has to be asked on the way.
+    template <bool traced>
+    [[gnu::noinline]] TrieReturnCode search(Nimbal::IpGenPrefix const& prefix,
+                                            bool includePendingRmPartition);
+    template <bool traced>
+    static TrieReturnCode resultOf(Node* node, Node* partitionNode);
+    template <bool traced>
+    static Node* closestFibRouteNode(Node* node);
+    template <bool traced>
+    TrieTraversalReturnCode nextNode(Node* stopNode, Node* startNode, U32 level,
+                                     bool stopAtPartitionNode, bool stopAtFibRoute);
+    template <bool traced>
+    [[gnu::noinline]] TrieReturnCode carryOut(Insertion& insertion);
+    template <bool traced>
+    Node* place(Insertion& insertion, HookErrors& errors);
+    template <bool traced>
+    Node* placeChild(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);
+    template <bool traced>
+    Node* placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
+                      HookErrors& errors);
+    template <bool traced>
+    Node* placeParent(Insertion const& insertion, Node* current, U32 bit, HookErrors& errors);
+    template <bool traced>
+    void giveRole(Node* node, Insertion const& insertion, bool newNode, HookErrors& errors);
+    template <bool traced>
+    void giveRole(Node* node, bool fibRoute, Node* fromPartitionNode, bool partitionNode,
+                  bool newNode, HookErrors& errors);
+    template <bool traced>
+    void changePartitionRouteCount(Node* node, bool incr, U32 value);
+    template <bool traced>
+    TrieNodeReturnCode takeOut(Nimbal::IpGenPrefix const& prefix);
+    template <bool traced>
+    TrieNodeReturnCode takeOut(Node* node, bool removePartition);
+    template <bool traced>
+    void compact(Node* node);
 
     void verifyShape(Node* current);
     void verifyCounters(Node* current);

@@ -31,9 +31,17 @@ void Trie::updateParentRouteCount(Node* node, bool incr) {
 }
 
 void Trie::updatePartitionRouteCount(Node* node, bool incr, U32 value) {
+    if (Detail::trace.mayBeOn(7, 8)) [[unlikely]] {
+        changePartitionRouteCount<true>(node, incr, value);
+    } else {
+        changePartitionRouteCount<false>(node, incr, value);
+    }
+}
+
+template <bool traced>
+void Trie::changePartitionRouteCount(Node* node, bool incr, U32 value) {
     static constexpr char const* signature =
         "void LpmTrie::Trie::updatePartitionRouteCount(LpmTrie::Node*, bool, U32)";
-    bool const traced = Detail::trace.eitherLevelOn(7, 8);
     LPM_TRACE_IF(traced, 8, signature, node);
     LPM_ASSERT_NOT_IN_HOOK();
     if (value == 0) {
@@ -41,6 +49,12 @@ void Trie::updatePartitionRouteCount(Node* node, bool incr, U32 value) {
         return;
     }
     for (; node != nullptr; node = node->parent()) {
+        if constexpr (!traced) {
+            for (; node->ordinary(); node = node->parent()) {
+                node->partitionRouteCount_ = incr ? node->partitionRouteCount_ + value
+                                                  : node->partitionRouteCountLess(value);
+            }
+        }
         LPM_TRACE_IF(traced, 7,
                      incr ? "incrementing partitionCount for node:"
                           : "decrementing partitionCount for node:",
@@ -55,6 +69,9 @@ void Trie::updatePartitionRouteCount(Node* node, bool incr, U32 value) {
         }
     }
 }
+
+template void Trie::changePartitionRouteCount<true>(Node*, bool, U32);
+template void Trie::changePartitionRouteCount<false>(Node*, bool, U32);
 
 void Trie::mergePartitionNodeCount(Node* node) {
     static constexpr char const* signature =
@@ -76,7 +93,15 @@ void Trie::decRouteCounters(Node* node) {
     LPM_SASSERT(node->fibRoute(), node);
     LPM_TRACE(8, signature, node);
     LPM_ASSERT_NOT_IN_HOOK();
+    countRouteOut(node);
+}
+
+void Trie::countRouteOut(Node* node) {
     while (node != nullptr) {
+        for (; node->ordinary(); node = node->parent()) {
+            node->partitionRouteCount_ = node->partitionRouteCountLess(1);
+            node->routeCount_ = node->routeCountLess(1);
+        }
         Node* const counted = node;
         counted->partitionRouteCountDec(1);
         counted->routeCountDec(1);

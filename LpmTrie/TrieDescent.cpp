@@ -5,11 +5,18 @@ namespace LpmTrie {
 bool Trie::DescentCount::countUpwards(Node* lowest, bool ownPartition) noexcept {
     ownPartition_ = ownPartition;
     Node* node = lowest;
-    for (bool border = ownPartition; !border && node != nullptr && node->eyeCatcherIntact();
-         node = node->parent_) {
+    for (bool border = ownPartition; !border && node != nullptr;) {
+        for (; node->ordinary(); node = node->parent_) {
+            ++node->routeCount_;
+            ++node->partitionRouteCount_;
+        }
+        if (!node->eyeCatcherIntact()) [[unlikely]] {
+            break;
+        }
         ++node->routeCount_;
         ++node->partitionRouteCount_;
         border = node->partitionNode_;
+        node = node->parent_;
     }
     for (; node != nullptr && node->eyeCatcherIntact(); node = node->parent_) {
         ++node->routeCount_;

@@ -63,7 +63,7 @@ private:
 
 /** The last node that covers the prefix, or null when the index cannot tell it. */
 [[gnu::always_inline]] inline Node* Trie::lastCovering(Nimbal::IpGenPrefix const& newPrefix) const {
-    TrieIndex* const index = unsettledIndex();
+    TrieIndex* const index = indexInUse();
     if (index == nullptr) {
         return nullptr;
     }

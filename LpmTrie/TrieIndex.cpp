@@ -22,13 +22,68 @@ constexpr U32 firstFetched = 2;
 
 }  // namespace
 
-/**
- * The block at `depth` along an address, or the deepest one above, at the path's end. On the way it
- * may fetch the nodes that cover the address: while it waits for one block, these come side by
- * side.
- */
-template <bool fetching>
+/** Looks at the nodes that cover an address: while they come from memory, so do the next blocks. */
+class TrieIndex::LookOnTheWay {
+public:
+    void operator()(IndexBlock const& block, U64 covering) noexcept {
+        U64 places = covering & block.places();
+        if (places == 0) {
+            return;
+        }
+        IndexBlock::Nodes const nodes(block);
+        if (shortest_ == nullptr) {
+            shortest_ = nodes[static_cast<U32>(std::countr_zero(places))];
+        }
+        for (; places != 0; places &= places - 1) {
+            Node const* const node = nodes[static_cast<U32>(std::countr_zero(places))];
+            fetchForClimb(node);
+            if (!node->eyeCatcherIntact()) [[unlikely]] {
+                alive_ = false;
+            }
+        }
+    }
+    /** All those, and those above them, are alive. `deepest` is the last of them, or null. */
+    bool alive(Node const* deepest) const noexcept {
+        return alive_ && aliveUpwards(shortest_ != nullptr ? shortest_->parent_ : deepest);
+    }
+    static bool aliveUpwards(Node const* node) noexcept {
+        while (node != nullptr) {
+            while (node->ordinaryInternal()) {
+                node = node->parent_;
+            }
+            if (!node->eyeCatcherIntact()) [[unlikely]] {
+                return false;
+            }
+            node = node->parent_;
+        }
+        return true;
+    }
+
+private:
+    static void fetchForClimb(Node const* node) noexcept {
+        // The look at the eye catcher fetches its line.
+        if constexpr (Vexo::guardsOn) {
+            prefetchRestForClimb(node);
+        } else {
+            prefetchForClimb(node);
+        }
+    }
+
+    Node const* shortest_ = nullptr;
+    bool alive_ = true;
+};
+
 IndexBlock* TrieIndex::descend(U64 head, U32 depth) const noexcept {
+    return descend(head, depth, [](IndexBlock const&, U64) {});
+}
+
+/**
+ * The block at `depth` along an address, or the deepest one above, at the path's end. `visit` is
+ * called with each block on the way whose nodes may not be in the cache, and the places that cover
+ * the address.
+ */
+template <class Visit>
+IndexBlock* TrieIndex::descend(U64 head, U32 depth, Visit&& visit) const noexcept {
     U32 at = std::min({depthShared(head, path_.head), path_.depth, depth});
     IndexBlock* block = path_.blocks[at];
     for (; at < depth; ++at) {
@@ -38,10 +93,8 @@ IndexBlock* TrieIndex::descend(U64 head, U32 depth) const noexcept {
         }
         block = block->block(slice);
         path_.blocks[at + 1] = block;
-        if constexpr (fetching) {
-            if (at + 1 >= firstFetched) {
-                block->fetchNodes(IndexBlock::covering(sliceOf(head, at + 1)));
-            }
+        if (at + 1 >= firstFetched) {
+            visit(*block, IndexBlock::covering(sliceOf(head, at + 1)));
         }
     }
     path_.head = head;
@@ -49,19 +102,35 @@ IndexBlock* TrieIndex::descend(U64 head, U32 depth) const noexcept {
     return block;
 }
 
-template IndexBlock* TrieIndex::descend<false>(U64, U32) const noexcept;
-
 TrieIndex::Found TrieIndex::find(Nimbal::IpGenPrefix const& prefix) const noexcept {
     U64 const head = prefix.head();
     U32 const len = std::min(prefix.len(), longest);
-    if (head != recent_.head || len != recent_.len) {
-        recent_ = {head, len, search(head, len)};
+    if (!recent_.is(head, len)) {
+        auto const fetch = [](IndexBlock const& block, U64 covering) {
+            block.fetchNodes(covering);
+        };
+        recent_ = {head, len, search(head, len, fetch)};
     }
     return recent_.found;
 }
 
-TrieIndex::Found TrieIndex::search(U64 head, U32 len) const noexcept {
-    descend<true>(head, depthOf(len));
+TrieIndex::Found TrieIndex::findAlive(Nimbal::IpGenPrefix const& prefix) const noexcept {
+    U64 const head = prefix.head();
+    U32 const len = std::min(prefix.len(), longest);
+    bool alive = false;
+    if (recent_.is(head, len)) {
+        alive = LookOnTheWay::aliveUpwards(recent_.found.node);
+    } else {
+        LookOnTheWay look;
+        recent_ = {head, len, search(head, len, look)};
+        alive = look.alive(recent_.found.node);
+    }
+    return alive ? recent_.found : Found{nullptr, nullptr};
+}
+
+template <class Visit>
+TrieIndex::Found TrieIndex::search(U64 head, U32 len, Visit&& visit) const noexcept {
+    descend(head, depthOf(len), visit);
     Found found{nullptr, nullptr};
     U64 bound = path_.depth == depthOf(len) ? IndexBlock::upTo((len + 2) % stride) : ~U64{0};
     bool searching = true;
@@ -121,7 +190,7 @@ void TrieIndex::fetchAhead(Node const* next) const noexcept {
         if (next->index_ != number_ || !next->eyeCatcherIntact() || next->headLen_ > longest) {
             return;
         }
-        descend<false>(next->head_, depthOf(next->headLen_));
+        descend(next->head_, depthOf(next->headLen_));
         walk_.startAfter(path_.head, path_.blocks, path_.depth,
                          placeOf(next->head_, next->headLen_));
     }
@@ -147,7 +216,7 @@ void TrieIndex::del(Node* node) noexcept {
 void TrieIndex::erase(Node* node) {
     forget();
     last_ = nullptr;
-    IndexBlock* block = descend<false>(node->head_, depthOf(node->headLen_));
+    IndexBlock* block = descend(node->head_, depthOf(node->headLen_));
     U32 const place = placeOf(node->head_, node->headLen_);
     markCount_ -= has(block->marks(), place) ? 1U : 0U;
     block->nodeDel(place);
@@ -164,7 +233,7 @@ void TrieIndex::roleChanged(Node* node) noexcept {
     if (!ready_) {
         return;
     }
-    IndexBlock* const block = descend<false>(node->head_, depthOf(node->headLen_));
+    IndexBlock* const block = descend(node->head_, depthOf(node->headLen_));
     U32 const place = placeOf(node->head_, node->headLen_);
     bool const marked = node->partitionCandidate();
     if (marked == has(block->marks(), place)) {
@@ -184,7 +253,7 @@ bool TrieIndex::knows(Node const* node) const noexcept {
         return node->index_ == 0;
     }
     U32 const depth = depthOf(node->headLen_);
-    IndexBlock const* const block = descend<false>(node->head_, depth);
+    IndexBlock const* const block = descend(node->head_, depth);
     U32 const place = placeOf(node->head_, node->headLen_);
     return path_.depth == depth && node->index_ == number_ && has(block->places(), place) &&
            block->node(place) == node && has(block->marks(), place) == node->partitionCandidate();

@@ -69,6 +69,8 @@ public:
      * route and then inserts it.
      */
     Found find(Nimbal::IpGenPrefix const& prefix) const noexcept;
+    /** The same, but nothing when a node that covers the prefix is broken. */
+    Found findAlive(Nimbal::IpGenPrefix const& prefix) const noexcept;
     /** How many prefixes `fetchFor` takes. */
     static constexpr std::size_t mostTogether = 16;
     /** Fetches what will be read when these prefixes are looked up, for all of them side by side.
@@ -124,10 +126,14 @@ private:
         U64 head = 0;
         U32 len = none;
         Found found{nullptr, nullptr};
+
+        bool is(U64 ofHead, U32 ofLen) const noexcept { return head == ofHead && len == ofLen; }
     };
+    class LookOnTheWay;
 
     TrieIndex() noexcept { path_.blocks[0] = &top_; }
-    Found search(U64 head, U32 len) const noexcept;
+    template <class Visit>
+    Found search(U64 head, U32 len, Visit&& visit) const noexcept;
     /** What was learnt of blocks that are about to change. */
     void forget() noexcept {
         walk_.stop();
@@ -139,8 +145,9 @@ private:
         return known * (known ^ number);
     }
     static void linkedStrangers(U32 number, std::initializer_list<Node*> nodes) noexcept;
-    template <bool fetching>
     IndexBlock* descend(U64 head, U32 depth) const noexcept;
+    template <class Visit>
+    IndexBlock* descend(U64 head, U32 depth, Visit&& visit) const noexcept;
     bool addAll(Node* root, Nimbal::AddressFamily af);
     Node* nearLastNode(Nimbal::IpGenPrefix const& prefix) const noexcept;
     IndexBlock* blockFor(U64 head, U32 depth);

@@ -76,7 +76,7 @@ void TrieIndex::refuse(Node* node) noexcept {
 
 /** The block at `depth` along an address, made with those on the way to it if need be. */
 IndexBlock* TrieIndex::blockFor(U64 head, U32 depth) {
-    IndexBlock* block = descend<false>(head, depth);
+    IndexBlock* block = descend(head, depth);
     while (path_.depth < depth) {
         block = block->blockIs(sliceOf(head, path_.depth));
         path_.blocks[++path_.depth] = block;
@@ -120,7 +120,7 @@ void TrieIndex::enterFrom(U32 depth) noexcept {
  */
 bool TrieIndex::enterDeepest() {
     U32 const depth = 31 - static_cast<U32>(std::countl_zero(depthsWaiting_));
-    IndexBlock* block = descend<false>(waitingHead_, depth);
+    IndexBlock* block = descend(waitingHead_, depth);
     if (path_.depth != depth) {
         MoreOfBlock& above = waiting_[depth - 1];
         U32 const slice = sliceOf(waitingHead_, depth - 1);

@@ -37,24 +37,35 @@ TrieReturnCode Trie::insertFromRoot(Nimbal::IpGenPrefix const& newPrefix, bool f
 TrieReturnCode Trie::insert(Nimbal::IpGenPrefix const& newPrefix, Node* fromPartitionNode,
                             bool fibRoute, bool partitionNode, PartitionId::Ptr const& partitionId,
                             U32 hwTable) {
-    LPM_TRACE(8, signature, " prefix:", newPrefix, " fromPartitionNode:", fromPartitionNode,
-              " fibRoute:", fibRoute, " partitionNode:", partitionNode,
-              " partitionId:", partitionId.get(), " hwTable:", hwTable);
+    Insertion insertion{newPrefix,     fromPartitionNode, fibRoute,
+                        partitionNode, partitionId,       hwTable};
+    return Detail::trace.mayBeOn(7, 8) ? carryOut<true>(insertion) : carryOut<false>(insertion);
+}
+
+template <bool traced>
+TrieReturnCode Trie::carryOut(Insertion& insertion) {
+    Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
+    bool const fibRoute = insertion.fibRoute;
+    bool const partitionNode = insertion.partitionNode;
+    LPM_TRACE_IF(traced, 8, signature, " prefix:", newPrefix,
+                 " fromPartitionNode:", insertion.fromPartitionNode, " fibRoute:", fibRoute,
+                 " partitionNode:", partitionNode, " partitionId:", insertion.partitionId.get(),
+                 " hwTable:", insertion.hwTable);
     LPM_ASSERT_NOT_IN_HOOK();
     LPM_SASSERT(af() == newPrefix.af(), "Trie af:", af(), " newPrefix:", newPrefix.af());
     LPM_SASSERT(fibRoute || partitionNode, "fibRoute:", fibRoute,
                 " partitionNode:", partitionNode);
-    Insertion insertion{newPrefix,     fromPartitionNode, fibRoute,
-                        partitionNode, partitionId,       hwTable};
     if (root_ != nullptr && index_ == nullptr) [[unlikely]] {
         makeIndexWhenLarge();
     }
     HookErrors errors;
-    Node* const node = root_ == nullptr ? placeRoot(insertion, errors) : place(insertion, errors);
+    Node* const node =
+        root_ == nullptr ? placeRoot(insertion, errors) : place<traced>(insertion, errors);
     errors.rethrow();
-    return setTrieRc(node, partitionNode ? node : nullptr);
+    return partitionNode ? setTrieRc(node, node) : TrieReturnCode(node, nullptr, nullptr, false);
 }
 
+template <bool traced>
 inline Node* Trie::place(Insertion& insertion, HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     Node* const fromPartitionNode = insertion.fromPartitionNode;
@@ -63,13 +74,12 @@ inline Node* Trie::place(Insertion& insertion, HookErrors& errors) {
     LPM_SASSERT(fromPartitionNode == nullptr || commonLen == fromPartitionNode->len(),
                 " start node ", fromPartitionNode, " does not cover prefix ", newPrefix);
     DescentCount count(current, insertion.fibRoute);
-    if (Node* const reached = skipDown(insertion, current, count)) {
+    if (Node* const reached = traced ? nullptr : skipDown(insertion, current, count)) {
         current = reached;
         commonLen = current->len();
     } else if (fromPartitionNode == nullptr) {
         commonLen = current->commonLen(newPrefix);
     }
-    bool const traced = Detail::trace.levelOn(7);
     U32 bit = 0;
     while (commonLen == current->len()) {
         if (commonLen == newPrefix.len()) {
@@ -78,13 +88,11 @@ inline Node* Trie::place(Insertion& insertion, HookErrors& errors) {
             return node;
         }
         bit = newPrefix.bit(commonLen);
-        if (traced) [[unlikely]] {
-            LPM_TRACE(7, " node ", current, ", commonLen ", commonLen);
-            LPM_TRACE(7, " bit ", bit);
-        }
+        LPM_TRACE_IF(traced, 7, " node ", current, ", commonLen ", commonLen);
+        LPM_TRACE_IF(traced, 7, " bit ", bit);
         count.passed(current);
         if (current->bitNode(bit) == nullptr) {
-            Node* const node = placeChild(insertion, current, bit, errors);
+            Node* const node = placeChild<traced>(insertion, current, bit, errors);
             count.keep();
             return node;
         }
@@ -92,8 +100,8 @@ inline Node* Trie::place(Insertion& insertion, HookErrors& errors) {
         commonLen = current->commonLen(newPrefix);
     }
     Node* const node = commonLen == newPrefix.len()
-                           ? placeParent(insertion, current, bit, errors)
-                           : placeBranch(insertion, current, bit, commonLen, errors);
+                           ? placeParent<traced>(insertion, current, bit, errors)
+                           : placeBranch<traced>(insertion, current, bit, commonLen, errors);
     count.keep();
     return node;
 }
@@ -108,7 +116,7 @@ Node* Trie::placeRoot(Insertion const& insertion, HookErrors& errors) {
     TrieIndex::linkedBy(nullptr, newNode);
     hangUnder(nullptr, 0, newNode);
     LPM_TRACE(7, "created root ", root_);
-    giveRole(root_, insertion, true, errors);
+    giveRole<true>(root_, insertion, true, errors);
     return root_;
 }
 
@@ -122,10 +130,11 @@ Node* Trie::placeAgain(Insertion const& insertion, Node* current, HookErrors& er
     }
     current->partitionIdIs(insertion.partitionId);
     current->hwTableIs(insertion.hwTable);
-    giveRole(current, insertion, false, errors);
+    giveRole<true>(current, insertion, false, errors);
     return current;
 }
 
+template <bool traced>
 inline Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit,
                               HookErrors& errors) {
     if (current->bitNode(bit) != nullptr) [[unlikely]] {
@@ -135,11 +144,12 @@ inline Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit
     TrieIndex::linkedBy(index_.get(), current, newNode);
     hangUnder(current, bit, newNode);
     indexAdd(newNode);
-    LPM_TRACE(7, " created plain child ", newNode, " bit ", bit, " at ", current);
-    giveRole(newNode, insertion, true, errors);
+    LPM_TRACE_IF(traced, 7, " created plain child ", newNode, " bit ", bit, " at ", current);
+    giveRole<traced>(newNode, insertion, true, errors);
     return newNode;
 }
 
+template <bool traced>
 inline Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bit,
                                HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
@@ -148,24 +158,25 @@ inline Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bi
     TrieIndex::linkedBy(index_.get(), current->parent(), newNode, current);
     hangUnder(current->parent(), bit, newNode);
     hangUnder(newNode, currentBit, current);
-    LPM_TRACE(7, "New node ", newPrefix, " is new parent of current node ", current, " bit ",
-              currentBit);
+    LPM_TRACE_IF(traced, 7, "New node ", newPrefix, " is new parent of current node ", current,
+                 " bit ", currentBit);
     indexAdd(newNode);
     // The new node's own route is not counted here: its role does that.
     newNode->routeCountInc(current->routeCount());
     if (!current->partitionNode()) {
         newNode->partitionRouteCountInc(current->partitionRouteCount());
     }
-    giveRole(newNode, insertion, true, errors);
+    giveRole<traced>(newNode, insertion, true, errors);
     return newNode;
 }
 
+template <bool traced>
 inline Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
                                HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     Nimbal::IpGenPrefix const intPrefix = prefixFromLen(newPrefix, commonLen);
-    LPM_TRACE(7, "Need internal node ", intPrefix, " for new node ", newPrefix,
-              " and current node ", current);
+    LPM_TRACE_IF(traced, 7, "Need internal node ", intPrefix, " for new node ", newPrefix,
+                 " and current node ", current);
     U32 const currentBit = current->prefixBit(commonLen);
     U32 const aboveTable = current->parent() != nullptr ? current->parent()->hwTable() : 0;
     Node* const newNode = makeNode(insertion);
@@ -191,11 +202,9 @@ inline Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bi
     if (insertion.counted) {
         intNode->partitionRouteCountInc(1);
     }
-    giveRole(newNode, insertion, true, errors);
-    if (Detail::trace.levelOn(7)) [[unlikely]] {
-        LPM_TRACE(7, " created int node ", intNode);
-        LPM_TRACE(7, " created new Node ", newNode);
-    }
+    giveRole<traced>(newNode, insertion, true, errors);
+    LPM_TRACE_IF(traced, 7, " created int node ", intNode);
+    LPM_TRACE_IF(traced, 7, " created new Node ", newNode);
     return newNode;
 }
 
@@ -204,6 +213,7 @@ inline Node* Trie::makeNode(Insertion const& insertion) {
                     insertion.partitionId, insertion.hwTable);
 }
 
+template <bool traced>
 inline void Trie::giveRole(Node* node, Insertion const& insertion, bool newNode,
                            HookErrors& errors) {
     if (insertion.counted) {
@@ -219,8 +229,8 @@ inline void Trie::giveRole(Node* node, Insertion const& insertion, bool newNode,
         node->routeCountInc(1);
         return;
     }
-    giveRole(node, insertion.fibRoute, insertion.fromPartitionNode, insertion.partitionNode,
-             newNode, errors);
+    giveRole<traced>(node, insertion.fibRoute, insertion.fromPartitionNode, insertion.partitionNode,
+                     newNode, errors);
 }
 
 }  // namespace LpmTrie

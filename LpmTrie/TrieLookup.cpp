@@ -26,15 +26,26 @@ bool isCandidate(Node const* node, bool includePendingRmPartition) {
 }  // namespace
 
 TrieReturnCode Trie::setTrieRc(Node* node, Node* partitionNode) {
+    return Detail::trace.mayBeOn(7, 8) ? resultOf<true>(node, partitionNode)
+                                       : resultOf<false>(node, partitionNode);
+}
+
+template <bool traced>
+TrieReturnCode Trie::resultOf(Node* node, Node* partitionNode) {
     Node* const coveringPrefixNode =
-        partitionNode != nullptr ? getClosestFibRouteNode(partitionNode) : nullptr;
+        partitionNode != nullptr ? closestFibRouteNode<traced>(partitionNode) : nullptr;
     return {node, partitionNode, coveringPrefixNode, false};
 }
 
 Node* Trie::getClosestFibRouteNode(Node* node) const {
+    return Detail::trace.mayBeOn(7, 8) ? closestFibRouteNode<true>(node)
+                                       : closestFibRouteNode<false>(node);
+}
+
+template <bool traced>
+Node* Trie::closestFibRouteNode(Node* node) {
     static constexpr char const* signature =
         "LpmTrie::Node* LpmTrie::Trie::getClosestFibRouteNode(LpmTrie::Node*) const";
-    bool const traced = Detail::trace.eitherLevelOn(7, 8);
     LPM_TRACE_IF(traced, 8, signature, " node:", node);
     Node* fibRouteNode = node;
     if (!node->fibRoute()) {
@@ -53,14 +64,6 @@ Node* Trie::getClosestFibRouteNode(Node* node) const {
     return fibRouteNode;
 }
 
-/** What the index skips is checked as what a descent passes: true when all are alive. */
-bool Trie::aliveUpwards(Node const* node) noexcept {
-    while (node != nullptr && node->eyeCatcherIntact()) {
-        node = node->parent_;
-    }
-    return node == nullptr;
-}
-
 /** Where an untraced search goes on, and the candidate met before that, by the index; else null. */
 Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPartition,
                      Node*& candidate) const {
@@ -68,15 +71,12 @@ Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPar
     if (index == nullptr) {
         return nullptr;
     }
-    auto const [deepest, marked] = index->find(prefix);
+    auto const [deepest, marked] = index->findAlive(prefix);
     if (deepest == nullptr || !deepest->covers(prefix)) {
         return nullptr;
     }
     if (deepest->headLen_ == prefix.len()) {
         Vexo::prefetch(deepest->prefixRef_.get());  // who looks a node up by its prefix compares it
-    }
-    if (!aliveUpwards(deepest->parent_)) {
-        return nullptr;
     }
     candidate = marked;
     while (candidate != nullptr && !isCandidate(candidate, includePendingRmPartition)) {
@@ -90,10 +90,15 @@ Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPar
 
 TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
                                        bool includePendingRmPartition) {
+    return Detail::trace.mayBeOn(7, 8) ? search<true>(prefix, includePendingRmPartition)
+                                       : search<false>(prefix, includePendingRmPartition);
+}
+
+template <bool traced>
+TrieReturnCode Trie::search(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPartition) {
     static constexpr char const* signature =
         "virtual LpmTrie::TrieReturnCode LpmTrie::Trie::findPartitionNode(const "
         "Nimbal::IpGenPrefix&, bool)";
-    bool const traced = Detail::trace.eitherLevelOn(7, 8);
     LPM_TRACE_IF(traced, 8, signature, " prefix:", prefix,
                  " includePendingRmPartition:", includePendingRmPartition);
     if (root_ == nullptr) {
@@ -111,17 +116,17 @@ TrieReturnCode Trie::findPartitionNode(Nimbal::IpGenPrefix const& prefix,
             candidate = current;
         }
         if (commonLen == prefix.len()) {
-            return setTrieRc(current, candidate);
+            return resultOf<traced>(current, candidate);
         }
         U32 const bit = prefix.bit(commonLen);
         Node* const child = current->bitNode(bit);
         if (child == nullptr) {
-            return setTrieRc(current, candidate);
+            return resultOf<traced>(current, candidate);
         }
         LPM_TRACE_IF(traced, 7, " bit ", bit, " current:", child);
         commonLen = child->commonLen(prefix);
         if (commonLen != child->len()) {
-            return setTrieRc(child, candidate);
+            return resultOf<traced>(child, candidate);
         }
         current = child;
     }

@@ -58,7 +58,7 @@ inline TrieIndex* Trie::indexInUse() const noexcept {
 /** The same, or null while steps are traced: what may lead a search. */
 inline TrieIndex* Trie::unsettledIndex() const noexcept {
     TrieIndex* const index = indexInUse();
-    return index != nullptr && !Detail::trace.eitherLevelOn(7, 8) ? index : nullptr;
+    return index != nullptr && !Detail::trace.mayBeOn(7, 8) ? index : nullptr;
 }
 
 /** `index` with all nodes in it; null when there is none, or when it gives up in that. */

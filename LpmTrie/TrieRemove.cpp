@@ -29,12 +29,22 @@ inline void Trie::fetchForRemoval(Node const* node) const noexcept {
 }
 
 TrieNodeReturnCode Trie::remove(Nimbal::IpGenPrefix const& prefix) {
+    return Detail::trace.mayBeOn(7, 8) ? takeOut<true>(prefix) : takeOut<false>(prefix);
+}
+
+TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
+    return Detail::trace.mayBeOn(7, 8) ? takeOut<true>(node, removePartition)
+                                       : takeOut<false>(node, removePartition);
+}
+
+template <bool traced>
+TrieNodeReturnCode Trie::takeOut(Nimbal::IpGenPrefix const& prefix) {
     static constexpr char const* signature =
         "LpmTrie::TrieNodeReturnCode LpmTrie::Trie::remove(const Nimbal::IpGenPrefix&)";
-    LPM_TRACE(8, signature, " prefix:", prefix);
+    LPM_TRACE_IF(traced, 8, signature, " prefix:", prefix);
     LPM_ASSERT_NOT_IN_HOOK();
     if (root_ == nullptr) {
-        LPM_TRACE(7, "no root");
+        LPM_TRACE_IF(traced, 7, "no root");
         return {};
     }
     Node* const node = findPartitionNode(prefix, true).node();
@@ -45,22 +55,27 @@ TrieNodeReturnCode Trie::remove(Nimbal::IpGenPrefix const& prefix) {
     if (node->prefixRef()->prefix() != prefix) {
         return {};
     }
-    return removeNode(node, false);
+    return takeOut<traced>(node, false);
 }
 
-TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
+template <bool traced>
+TrieNodeReturnCode Trie::takeOut(Node* node, bool removePartition) {
     static constexpr char const* signature = removeNodeSignature;
-    LPM_TRACE(8, signature, " node:", node, " removePartition:", removePartition);
+    LPM_TRACE_IF(traced, 8, signature, " node:", node, " removePartition:", removePartition);
     LPM_ASSERT_NOT_IN_HOOK();
     if (node->fibRoute()) {
-        decRouteCounters(node);
+        if constexpr (traced) {
+            decRouteCounters(node);
+        } else {
+            countRouteOut(node);
+        }
         node->fibRouteIs(false);
     }
     if (node->partitionNode()) {
         if (!removePartition) {
             return {node, false};
         }
-        LPM_TRACE(7, "removing partition flag of node:", node);
+        LPM_TRACE_IF(traced, 7, "removing partition flag of node:", node);
         node->partitionNodeIs(false);
         node->pendingStateIs(PendingState());
     }
@@ -68,10 +83,11 @@ TrieNodeReturnCode Trie::removeNode(Node* node, bool removePartition) {
         return {node, false};
     }
     node->partitionIdIs(nullptr);
-    compact(node);
+    compact<traced>(node);
     return {nullptr, true};
 }
 
+template <bool traced>
 void Trie::compact(Node* node) {
     static constexpr char const* signature = removeNodeSignature;
     while (node->internal() && !node->pendingState().removePartition()) {
@@ -82,14 +98,14 @@ void Trie::compact(Node* node) {
         U32 const childBit = node->bitNode(0) != nullptr ? 0 : 1;
         Node* const child = node->bitNode(childBit);
         if (child != nullptr) {
-            LPM_TRACE(7, " reparent child ", child, " from node ", node, ", bit ", childBit, " to ",
-                      parent);
+            LPM_TRACE_IF(traced, 7, " reparent child ", child, " from node ", node, ", bit ",
+                         childBit, " to ", parent);
             child->linkParent(parent);
         }
         U32 parentBit = 0;
         if (parent != nullptr) {
             parentBit = parent->bitNode(0) == node ? 0 : 1;
-            LPM_TRACE(7, " parent bit ", parentBit, " new child", child);
+            LPM_TRACE_IF(traced, 7, " parent bit ", parentBit, " new child", child);
             LPM_SASSERT(parent->bitNode( parentBit ) == node, " node:", node, " parent:", parent);
         }
         TrieIndex::linkedBy(index_.get(), parent, child);

@@ -19,7 +19,7 @@ void Trie::updateNode(Node* node, bool fibRoute, Node* fromPartitionNode, bool p
                       bool newNode) {
     LPM_ASSERT_NOT_IN_HOOK();
     HookErrors errors;
-    giveRole(node, fibRoute, fromPartitionNode, partitionNode, newNode, errors);
+    giveRole<true>(node, fibRoute, fromPartitionNode, partitionNode, newNode, errors);
     errors.rethrow();
 }
 
@@ -31,10 +31,11 @@ void assertSameLabels(Node* fromPartitionNode, Node* node) {
                 "unmatched partitionId. Node:", node, " partition:", fromPartitionNode);
 }
 
+template <bool traced>
 void Trie::giveRole(Node* node, bool fibRoute, Node* fromPartitionNode, bool partitionNode,
                     bool newNode, HookErrors& errors) {
-    LPM_TRACE(8, signature, node, "fibRoute:", fibRoute, " fromPartitionNode:", fromPartitionNode,
-              " partitionNode:", partitionNode);
+    LPM_TRACE_IF(traced, 8, signature, node, "fibRoute:", fibRoute,
+                 " fromPartitionNode:", fromPartitionNode, " partitionNode:", partitionNode);
     if (partitionNode) {
         node->partitionNodeIs(true);
         startPartition(node, nullptr, newNode, errors);
@@ -47,8 +48,11 @@ void Trie::giveRole(Node* node, bool fibRoute, Node* fromPartitionNode, bool par
         updateParentRouteCount(fromPartitionNode, true);
         assertSameLabels(fromPartitionNode, node);
     }
-    updatePartitionRouteCount(node, true, 1);
+    changePartitionRouteCount<traced>(node, true, 1);
     node->routeCountInc(1);
 }
+
+template void Trie::giveRole<true>(Node*, bool, Node*, bool, bool, HookErrors&);
+template void Trie::giveRole<false>(Node*, bool, Node*, bool, bool, HookErrors&);
 
 }  // namespace LpmTrie

@@ -8,7 +8,7 @@
 
 #include <LpmTrie/Module.h>
 #include <LpmTrie/Trie.h>
-#include <LpmTrie/TrieIndex.h>
+#include <LpmTrie/TrieNodes.h>
 
 namespace LpmTrie {
 
@@ -18,21 +18,30 @@ constexpr U32 noBit = 3;
 
 TrieTraversalReturnCode Trie::preorderNextNode(Node* stopNode, Node* startNode, U32 level,
                                                bool stopAtPartitionNode, bool stopAtFibRoute) {
+    return Detail::trace.mayBeOn(8, 9)
+               ? nextNode<true>(stopNode, startNode, level, stopAtPartitionNode, stopAtFibRoute)
+               : nextNode<false>(stopNode, startNode, level, stopAtPartitionNode, stopAtFibRoute);
+}
+
+template <bool traced>
+TrieTraversalReturnCode Trie::nextNode(Node* stopNode, Node* startNode, U32 level,
+                                       bool stopAtPartitionNode, bool stopAtFibRoute) {
     static constexpr char const* signature =
         "LpmTrie::TrieTraversalReturnCode LpmTrie::Trie::preorderNextNode(LpmTrie::Node*, "
         "LpmTrie::Node*, U32, bool, bool)";
-    LPM_TRACE(8, signature, " stopNode:", stopNode, " startNode:", startNode, " level:", level,
-              " stopAtFibRoute", stopAtFibRoute, " stopAtPartitionNode:", stopAtPartitionNode);
+    LPM_TRACE_IF(traced, 8, signature, " stopNode:", stopNode, " startNode:", startNode,
+                 " level:", level, " stopAtFibRoute", stopAtFibRoute,
+                 " stopAtPartitionNode:", stopAtPartitionNode);
     if (startNode == nullptr) {
-        LPM_TRACE(9, "Starting from root ", root_);
+        LPM_TRACE_IF(traced, 9, "Starting from root ", root_);
         return {root_, noBit, 0};
     }
     auto const eligible = [&](Node const* child) {
         return child != nullptr && !(stopAtPartitionNode && child->partitionNode()) &&
                !(stopAtFibRoute && child->fibRoute());
     };
-    auto const stepTo = [index = usableIndex()](Node* next, U32 bit,
-                                                U32 stepLevel) -> TrieTraversalReturnCode {
+    auto const stepTo = [index = traced ? nullptr : settled(indexInUse())](
+                            Node* next, U32 bit, U32 stepLevel) -> TrieTraversalReturnCode {
         if (index != nullptr) {
             index->fetchAhead(next);
         }
@@ -45,7 +54,7 @@ TrieTraversalReturnCode Trie::preorderNextNode(Node* stopNode, Node* startNode, 
     }
     Node* current = startNode;
     for (Node* parent = current->parent(); parent != stopNode; parent = current->parent()) {
-        LPM_TRACE(9, "Current ", current, " parent", parent);
+        LPM_TRACE_IF(traced, 9, "Current ", current, " parent", parent);
         if (parent == nullptr) {
             return {nullptr, noBit, level - 1};
         }

@@ -29,7 +29,7 @@ using TraceSink = std::function<void(TraceLine const&)>;
 /**
  * A switchable source of trace lines with levels 0 to 9. A static constant of its module, entered
  * into the process's list of handles on first use. Levels may be switched at any time by any
- * thread; a function that has begun may leave out lines of a level that comes on meanwhile.
+ * thread; an operation that has begun may leave out lines of a level that comes on meanwhile.
  */
 class LPMTRIE_API TraceHandle {
 public:
@@ -51,12 +51,12 @@ public:
         }
         return !allOff(1U << level) && levelOnSlowly(level);
     }
-    /** Whether lines of any of two levels are wanted. */
-    bool eitherLevelOn(U32 level, U32 other) noexcept {
-        if constexpr (!guardsOn) {
-            return false;
-        }
-        return !allOff(1U << level | 1U << other) && (levelOnSlowly(level) || levelOnSlowly(other));
+    /**
+     * Whether lines of one of two levels may be wanted: true at least when `levelOn` is for one of
+     * them. An operation asks when it begins; where the answer is false, it need not ask for lines.
+     */
+    bool mayBeOn(U32 level, U32 other) const noexcept {
+        return guardsOn && !allOff(1U << level | 1U << other);
     }
     /** Ignores a level above `highestLevel_`. */
     void levelIs(U32 level, bool on) noexcept;

@@ -51,23 +51,26 @@ public:
         if constexpr (!guardsOn) {
             return;
         }
-        if (allocations_.load(std::memory_order_acquire) == 0) [[unlikely]] {
+        U64 const before = allocations_.load(std::memory_order_acquire);
+        if (before == 0) [[unlikely]] {
             list();
         }
-        add(allocations_, beyondAllocated_, bytesBeyond);
+        add(allocations_, before, beyondAllocated_, bytesBeyond);
     }
     void released(std::size_t bytesBeyond) noexcept {
         if constexpr (!guardsOn) {
             return;
         }
-        add(releases_, beyondReleased_, bytesBeyond);
+        add(releases_, releases_.load(std::memory_order_relaxed), beyondReleased_, bytesBeyond);
     }
     /** @} */
 
 private:
-    static void add(std::atomic<U64>& objects, std::atomic<U64>& beyond, U64 bytes) noexcept {
+    /** `before` is what `objects` has just been, which only a lone thread may rely on. */
+    static void add(std::atomic<U64>& objects, U64 before, std::atomic<U64>& beyond,
+                    U64 bytes) noexcept {
         if (singleThread()) {
-            objects.store(objects.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+            objects.store(before + 1, std::memory_order_release);
             if (bytes != 0) {
                 beyond.store(beyond.load(std::memory_order_relaxed) + bytes,
                              std::memory_order_release);

@@ -73,6 +73,39 @@ TEST_P(TrieIndexTest, findsTheLongestCoveringNode) {
     expectRightAnswers(*index);
 }
 
+TEST_P(TrieIndexTest, findsNothingAliveBelowABrokenNode) {
+    SCOPED_TRACE(seed);
+    grow(150);
+    auto const index = TrieIndex::of(trie->root(), GetParam());
+    ASSERT_NE(index, nullptr);
+    U32 below = 0;
+    U32 beside = 0;
+    for (Node* broken : nodes()) {
+        IpGenPrefix const itself = broken->prefixRef()->prefix();
+        for (U32 i = 0; i < 40; ++i) {
+            IpGenPrefix const prefix = sparsePrefix(GetParam(), random, 0xc1);
+            bool const covered = itself.len() <= prefix.len() &&
+                                 itself.len() <= TrieIndex::longest && itself.overlaps(prefix);
+            if (!covered && itself.overlaps(prefix)) {
+                continue;  // whether a longer node is looked at as well does not matter
+            }
+            auto const [node, candidate] = index->find(prefix);
+            breakEyeCatcher(broken);
+            auto const again = index->findAlive(prefix);
+            index->find(sparsePrefix(GetParam(), random, 0xc1));
+            auto const anew = index->findAlive(prefix);
+            mendEyeCatcher(broken);
+            EXPECT_EQ(again.node, covered ? nullptr : node) << prefix << " " << broken;
+            EXPECT_EQ(anew.node, covered ? nullptr : node) << prefix << " " << broken;
+            EXPECT_EQ(again.candidate, covered ? nullptr : candidate) << prefix << " " << broken;
+            EXPECT_EQ(anew.candidate, covered ? nullptr : candidate) << prefix << " " << broken;
+            (covered ? below : beside) += 1;
+        }
+    }
+    EXPECT_GT(below, 100U);
+    EXPECT_GT(beside, 1000U);
+}
+
 TEST_P(TrieIndexTest, knowsEveryNodeAndNoOther) {
     SCOPED_TRACE(seed);
     grow(400);

@@ -70,14 +70,15 @@ TEST_F(TraceLevelsTest, aLevelAboveTheHighestIsIgnored) {
     }
 }
 
-TEST_F(TraceLevelsTest, eitherOfTwoLevelsIsEnough) {
+TEST_F(TraceLevelsTest, levelMayBeOnUntilItsHandleIsListedAndWhileItIsOn) {
     static constinit TraceHandle fresh("Either");
-    EXPECT_FALSE(fresh.eitherLevelOn(4, 7)) << "before it is listed";
-    EXPECT_FALSE(fresh.eitherLevelOn(4, 7));
+    EXPECT_TRUE(fresh.mayBeOn(4, 7)) << "before it is listed";
+    EXPECT_FALSE(fresh.levelOn(4));
+    EXPECT_FALSE(fresh.mayBeOn(4, 7));
     fresh.levelIs(4, true);
-    EXPECT_TRUE(fresh.eitherLevelOn(4, 7));
-    EXPECT_TRUE(fresh.eitherLevelOn(7, 4));
-    EXPECT_FALSE(fresh.eitherLevelOn(3, 7));
+    EXPECT_TRUE(fresh.mayBeOn(4, 7));
+    EXPECT_TRUE(fresh.mayBeOn(7, 4));
+    EXPECT_FALSE(fresh.mayBeOn(3, 7));
 }
 
 TEST_F(TraceLevelsTest, aLevelSetOnAHandleBeforeItsFirstUseStays) {
