@@ -33,22 +33,14 @@ struct NodeStanding {
     bool hasParent_;
     bool unused_;
 
-    /** Alive, below another node, and no partition node. */
+    /** Alive, below another node, and internal, as most nodes on a way up are. */
     constexpr bool ordinary() const noexcept;
-    /** The same, and no route either. */
-    constexpr bool ordinaryInternal() const noexcept;
 };
 static_assert(sizeof(NodeStanding) == sizeof(U64));
 
-constexpr bool NodeStanding::ordinaryInternal() const noexcept {
+constexpr bool NodeStanding::ordinary() const noexcept {
     constexpr NodeStanding expected{TRIE_NODE_EYECATCHER, false, false, true, false};
     return std::bit_cast<U64>(*this) == std::bit_cast<U64>(expected);
-}
-
-constexpr bool NodeStanding::ordinary() const noexcept {
-    constexpr NodeStanding route{0, false, true, false, false};
-    constexpr NodeStanding expected{TRIE_NODE_EYECATCHER, false, true, true, false};
-    return (std::bit_cast<U64>(*this) | std::bit_cast<U64>(route)) == std::bit_cast<U64>(expected);
 }
 
 }  // namespace Detail

@@ -110,7 +110,12 @@ public:
     /** @} */
     /** @{ The family of every prefix in the trie; to be set before the first insertion. */
     Nimbal::AddressFamily af() const noexcept { return af_; }
-    void afIs(Nimbal::AddressFamily af) noexcept { af_ = af; }
+    void afIs(Nimbal::AddressFamily af) noexcept {
+        if (index_ != nullptr && af != af_) [[unlikely]] {
+            giveIndexUp();
+        }
+        af_ = af;
+    }
     /** @} */
     /** The node above all others; null in an empty trie. */
     Node* root() const noexcept { return root_; }
@@ -279,6 +284,7 @@ private:
 
     void countRouteOut(Node* node);
     void fetchForRemoval(Node const* node) const noexcept;
+    bool hasPrefix(Node const* node, Nimbal::IpGenPrefix const& prefix) const noexcept;
     void callMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32 oldHwTable);
     void report(Node* node, PartitionId::Ptr const& oldPartitionId,
                 TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);

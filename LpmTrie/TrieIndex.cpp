@@ -48,7 +48,7 @@ public:
     }
     static bool aliveUpwards(Node const* node) noexcept {
         while (node != nullptr) {
-            while (node->ordinaryInternal()) {
+            while (node->ordinary()) {
                 node = node->parent_;
             }
             if (!node->eyeCatcherIntact()) [[unlikely]] {
@@ -142,11 +142,11 @@ TrieIndex::Found TrieIndex::search(U64 head, U32 len, Visit&& visit) const noexc
         }
         if (found.node == nullptr) {
             found.node = block.node(IndexBlock::highest(covering));
-            prefetchNode(found.node);
+            prefetchWholeNode(found.node);
         }
         if (U64 const marks = covering & block.marks(); marks != 0) {
             found.candidate = block.node(IndexBlock::highest(marks));
-            prefetchNode(found.candidate);
+            prefetchWholeNode(found.candidate);
             return found;
         }
         searching = markCount_ != 0;

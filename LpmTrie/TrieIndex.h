@@ -99,6 +99,16 @@ public:
 
     /** The node has come into this index, and is in its trie. */
     bool entered(Node const* node) const noexcept { return node->index_ == number_; }
+    /**
+     * A node that has entered has this very prefix, which is of the trie's family. The holder,
+     * which nothing else has fetched, is read only when there are host bits that a node does not
+     * keep itself.
+     */
+    bool hasPrefix(Node const* node, Nimbal::IpGenPrefix const& prefix) const noexcept {
+        return tails_ != 0 ? node->prefixRef_->prefix() == prefix
+                           : node->head_ == prefix.head() && node->headLen_ == prefix.len() &&
+                                 prefix.tail() == 0;
+    }
     /** Knows this very node and its role, or need not know it. */
     bool knows(Node const* node) const noexcept;
     U64 nodeCount() const noexcept { return nodeCount_; }
@@ -164,6 +174,7 @@ private:
     bool ready_ = true;
     U64 nodeCount_ = 0;
     U64 markCount_ = 0;
+    U64 tails_ = 0;  // the bits beyond the first 64 that any node's address has had
     IndexBlock top_;
     // What waits for the blocks along one address.
     U64 waitingHead_ = 0;

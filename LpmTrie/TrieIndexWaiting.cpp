@@ -33,6 +33,7 @@ void TrieIndex::add(Node* node) noexcept {
         return;
     }
     node->index_ = number_;
+    tails_ |= node->prefixRef_->prefix().tail();
     ++nodeCount_;
     last_ = node;
     LengthPlace const& length = placeOfLength[node->headLen_];

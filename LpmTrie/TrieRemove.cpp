@@ -24,8 +24,16 @@ inline void Trie::fetchForRemoval(Node const* node) const noexcept {
     }
     if (Node const* const parent = node->parent_; parent != nullptr) {
         Vexo::prefetch(parent->prefixRef_.get());
-        prefetchNode(parent->bitNode_[parent->bitNode_[0] == node ? 1 : 0]);
+        prefetchWholeNode(parent->bitNode_[parent->bitNode_[0] == node ? 1 : 0]);
     }
+}
+
+/** The node's prefix is this very one, host bits and family included. */
+inline bool Trie::hasPrefix(Node const* node, Nimbal::IpGenPrefix const& prefix) const noexcept {
+    TrieIndex const* const index = indexInUse();
+    return index != nullptr && index->entered(node) && prefix.af() == af()
+               ? index->hasPrefix(node, prefix)
+               : node->prefixRef()->prefix() == prefix;
 }
 
 TrieNodeReturnCode Trie::remove(Nimbal::IpGenPrefix const& prefix) {
@@ -52,10 +60,7 @@ TrieNodeReturnCode Trie::takeOut(Nimbal::IpGenPrefix const& prefix) {
         return {};
     }
     fetchForRemoval(node);
-    if (node->prefixRef()->prefix() != prefix) {
-        return {};
-    }
-    return takeOut<traced>(node, false);
+    return hasPrefix(node, prefix) ? takeOut<traced>(node, false) : TrieNodeReturnCode();
 }
 
 template <bool traced>

@@ -69,6 +69,8 @@ public:
     }
     /** The first 64 bits of the address, as a number. */
     constexpr Vexo::U64 head() const noexcept { return Vexo::U64{word(0)} << 32 | word(1); }
+    /** The last 64 bits of the address, as a number. */
+    constexpr Vexo::U64 tail() const noexcept { return Vexo::U64{word(2)} << 32 | word(3); }
     /**
      * Bit `position` of the address, 0 the most significant one. RangeException for 128 and more.
      */

@@ -9,7 +9,8 @@ struct Row {
     char const* simulated;
     Work work;
 };
-constexpr std::array<Row, 2> rows{{{"find", Work::find}, {"insert", Work::buildRandom}}};
+constexpr std::array<Row, 3> rows{
+    {{"find", Work::find}, {"insert", Work::buildRandom}, {"remove", Work::remove}}};
 
 char const* explanation() {
     return "## The limit\n\nWhat an operation would take if it did nothing but wait for memory: its "

@@ -74,7 +74,7 @@ std::optional<std::vector<Limit>> simulateMisses(Input const& input) {
     peers.emplace_back("rte_rib", "rte_rib");
 #endif
     std::vector<Limit> limits;
-    for (std::string const work : {"find", "insert"}) {
+    for (std::string const work : {"find", "insert", "remove"}) {
         std::vector<std::future<double>> misses;
         for (auto const& peer : peers) {
             misses.push_back(std::async(std::launch::async, [&table, &input, work, peer] {

@@ -11,7 +11,7 @@ namespace LpmBenchmarks {
 /** What one work would take if it did nothing but wait for memory. */
 struct Limit {
     std::string peer;
-    std::string work;  // as in the works of the instruction count: "find", "insert"
+    std::string work;  // as in the works of the instruction count: "find", "insert", "remove"
     double misses;     // of reads and writes, an operation
 };
 

@@ -9,6 +9,7 @@ namespace {
 
 using namespace TrieTests;
 using LpmTrie::TrieIndex;
+using Vexo::U8;
 
 /* Tries with an index beside tries without: what they answer, trace and look like is the same. */
 
@@ -234,6 +235,82 @@ TEST_F(HandBuiltIndexedTrieTest, rolesSetByHandAreHonoured) {
     node->pendingStateIs(PendingState());
     EXPECT_EQ(trie().findPartitionNode(prefix("10.1.2.0/24"), true).partitionNode(), nullptr);
 }
+
+/* Of prefixes that differ in host bits or family alone, the one that is meant is taken out. */
+
+class ExactRemovalTest : public TestSupport::LeakChecked<testing::TestWithParam<U32>> {
+protected:
+    ~ExactRemovalTest() override { removeAll(*trie_); }
+
+    static IpGenPrefix v6(U8 site, U8 host, U32 len) {
+        std::array<U8, 16> address{0x20, 0x01, 0x0d, 0xb8};
+        address[5] = site;
+        address[15] = host;
+        return {AddressFamily::ipv6, address, len};
+    }
+    static IpGenPrefix v4(U8 first, U8 last, U32 len) {
+        return {AddressFamily::ipv4, std::array<U8, 4>{first, 0, 0, last}, len};
+    }
+    void insertAll(std::initializer_list<IpGenPrefix> routes) {
+        trie_->afIs(routes.begin()->af());
+        for (IpGenPrefix const& route : routes) {
+            trie_->insertFromRoot(route, true, false, nullptr, 0);
+        }
+    }
+    Trie& trie() { return *trie_; }
+    void expectRemoved(IpGenPrefix const& route) {
+        U32 const routes = trie_->root()->routeCount();
+        EXPECT_EQ(trie_->remove(route), TrieNodeReturnCode(nullptr, true)) << route;
+        EXPECT_EQ(trie_->root()->routeCount(), routes - 1) << route;
+        trie_->verify();
+    }
+    void expectNotThere(IpGenPrefix const& prefix) {
+        U32 const routes = trie_->root()->routeCount();
+        EXPECT_EQ(trie_->remove(prefix), TrieNodeReturnCode()) << prefix;
+        EXPECT_EQ(trie_->root()->routeCount(), routes) << prefix;
+        trie_->verify();
+    }
+
+private:
+    IndexFrom const from_{GetParam()};
+    Trie::Ptr const trie_ = LpmTrie::trieFactory(0);
+};
+
+TEST_P(ExactRemovalTest, tellsHostBitsOfTheSecondHalfApart) {
+    insertAll({v6(1, 0, 48), v6(2, 0, 48), v6(3, 0, 48), v6(4, 0, 128)});
+    expectNotThere(v6(1, 1, 48));
+    expectNotThere(v6(1, 0, 47));
+    expectNotThere(v6(4, 1, 128));
+    expectRemoved(v6(1, 0, 48));
+    insertAll({v6(5, 1, 48)});
+    expectNotThere(v6(5, 0, 48));
+    expectNotThere(v6(2, 1, 48));
+    expectRemoved(v6(5, 1, 48));
+    expectRemoved(v6(2, 0, 48));
+}
+
+TEST_P(ExactRemovalTest, tellsHostBitsOfTheFirstHalfApart) {
+    insertAll({v4(10, 0, 8), v4(20, 0, 8), v4(30, 0, 8), v4(40, 1, 8)});
+    expectNotThere(v4(10, 1, 8));
+    expectNotThere(v4(40, 0, 8));
+    expectRemoved(v4(10, 0, 8));
+    expectRemoved(v4(40, 1, 8));
+}
+
+TEST_P(ExactRemovalTest, tellsFamiliesApart) {
+    IpGenPrefix const likeTheFirst(AddressFamily::ipv6, std::array<U8, 1>{10}, 8);
+    insertAll({v4(10, 0, 8), v4(20, 0, 8), v4(30, 0, 8)});
+    expectNotThere(likeTheFirst);
+    trie().afIs(AddressFamily::ipv6);
+    expectNotThere(likeTheFirst);
+    trie().afIs(AddressFamily::ipv4);
+    expectRemoved(v4(10, 0, 8));
+}
+
+INSTANTIATE_TEST_SUITE_P(Tries, ExactRemovalTest, testing::Values(2U, never),
+                         [](testing::TestParamInfo<U32> const& tested) {
+                             return tested.param == never ? "plain" : "indexed";
+                         });
 
 using IndexedTrieDeathTest = HandBuiltIndexedTrieTest;
 
