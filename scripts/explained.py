@@ -15,7 +15,7 @@ import sys
 
 def read(path):
     """What is explained, each with its reason."""
-    reasons, reason, found = {}, [], False
+    reasons, reason, found = {}, [], True
     for number, line in enumerate(pathlib.Path(path).read_text().splitlines(), 1):
         if line.startswith("    "):
             if not reason:
@@ -23,10 +23,14 @@ def read(path):
             reasons[line.strip()] = " ".join(reason)
             found = True
         elif line.startswith("#") or not line:
-            reason, found = [], False
+            if not found:
+                sys.exit(f"{path}:{number}: the reason above is for nothing")
+            reason = []
         else:
             reason = [line] if found else reason + [line]
             found = False
+    if not found:
+        sys.exit(f"{path}: the last reason is for nothing")
     return reasons
 
 

@@ -2,6 +2,7 @@
 
 import pathlib
 import sys
+import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -27,6 +28,16 @@ class Reasons(unittest.TestCase):
         there = {f"{path}: {line.strip()}" for path in paths_of(reasons)
                  for line in (ROOT / path).read_text().splitlines()}
         self.assertEqual(sorted(name for name in reasons if name.rpartition(" | ")[0] not in there), [])
+
+    def test_a_reason_for_nothing_is_refused(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "reasons"
+            for text in ["Why not.\n", "Why not.\n\nWhy.\n    what\n", "Why.\n    what\n\nWhy\nnot.\n"]:
+                path.write_text(text)
+                with self.assertRaisesRegex(SystemExit, "for nothing"):
+                    explained.read(path)
+            path.write_text("# Of these.\n\nWhy\nnot.\n    what\n    else\nAnd why.\n    more\n")
+            self.assertEqual(explained.read(path), {"what": "Why not.", "else": "Why not.", "more": "And why."})
 
 
 if __name__ == "__main__":
