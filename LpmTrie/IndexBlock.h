@@ -13,19 +13,19 @@ inline void prefetchNode(Node const* node) noexcept {
     Vexo::prefetch(node, sizeof(Node) / 2);
 }
 
-/** Fetches all of a node: it lies in two lines, wherever it begins. */
+/** Fetches all of a node, which lies in two lines, wherever it begins; a derived one may not. */
 inline void prefetchWholeNode(Node const* node) noexcept {
     Vexo::prefetch(node);
     Vexo::prefetch(node, sizeof(Node) - 1);
 }
 
-/** The same for what a climb through the node reads when it has looked at the eye catcher. */
+/** Fetches what a climb through the node reads when it has looked at the eye catcher. */
 inline void prefetchRestForClimb(Node const* node) noexcept {
     // Neither its begin nor its end: where these lie in other lines, the climb does not need them.
     Vexo::prefetch(node, 4 * sizeof(void*) - 1);
 }
 
-/** The same for all that a climb through the node reads. */
+/** Fetches all that a climb through the node reads. */
 inline void prefetchForClimb(Node const* node) noexcept {
     Vexo::prefetch(node, sizeof(void*));
     prefetchRestForClimb(node);

@@ -59,7 +59,7 @@ void Trie::makeIndexWhenLarge() {
     }
 }
 
-/** Whose root has been set by hand goes without an index until it has been empty. */
+/** Whose root or family has been set by hand goes without an index until it has been empty. */
 void Trie::giveIndexUp() noexcept {
     index_->giveUp();
 }

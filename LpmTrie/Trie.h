@@ -31,9 +31,9 @@ class TrieIndex;
  * all, times the depth.
  *
  * Not locked: one thread at a time works on one trie, also when it only searches, because a search
- * keeps its way for the next one. Setting a root, by hand or by the first insertion, and the end of
- * the trie write into the nodes that its index knows: they must not have been freed otherwise than
- * by their destructors.
+ * keeps its way for the next one. Setting a root, by hand or by the first insertion, or another
+ * family, and the end of the trie write into the nodes that its index knows: they must not have
+ * been freed otherwise than by their destructors.
  */
 class LPMTRIE_API Trie : public Vexo::PtrInterface, public Vexo::TrackedAllocation<Trie> {
 public:
@@ -49,7 +49,10 @@ public:
 
     // Virtual operations, in the order of their slots.
 
-    /** Makes a node that nothing is linked to. Never returns null; may throw. */
+    /**
+     * Makes a node that nothing is linked to. Never returns null; may throw. Meanwhile the counters
+     * above its place may have the new route already or not yet.
+     */
     virtual Node* allocateNode(Vexo::Ptr<Nimbal::IpGenPrefixRef> const& prefixRef, bool fibRoute,
                                bool partitionNode, PartitionId::Ptr const& partitionId,
                                U32 hwTable);
@@ -260,31 +263,34 @@ private:
     class HookErrors;
     class PlainSearch;
 
-    Node* makeNode(Nimbal::IpGenPrefix const& prefix, bool fibRoute, bool partitionNode,
-                   PartitionId::Ptr const& partitionId, U32 hwTable);
-    Node* makeNode(Insertion const& insertion);
-    void freeNode(Node* node) noexcept;
-    void hangUnder(Node* parent, U32 bit, Node* node);
+    inline Node* makeNode(Nimbal::IpGenPrefix const& prefix, bool fibRoute, bool partitionNode,
+                          PartitionId::Ptr const& partitionId, U32 hwTable);
+    inline Node* makeNode(Insertion const& insertion);
+    inline void freeNode(Node* node) noexcept;
+    inline void hangUnder(Node* parent, U32 bit, Node* node);
+    inline void childIs(Node* parent, U32 bit, Node* node);
 
-    TrieIndex* indexInUse() const noexcept;
-    TrieIndex* unsettledIndex() const noexcept;
+    inline TrieIndex* indexInUse() const noexcept;
+    inline TrieIndex* unsettledIndex() const noexcept;
     TrieIndex const* usableIndex() const noexcept;
     void makeIndexWhenLarge();
     void giveIndexUp() noexcept;
-    void indexAdd(Node* node) noexcept;
-    void indexDel(Node* node) noexcept;
+    inline void indexAdd(Node* node) noexcept;
+    inline void indexDel(Node* node) noexcept;
 
     Node* skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPartition,
                    Node*& candidate) const;
-    Node* lastCovering(Nimbal::IpGenPrefix const& newPrefix) const;
+    inline Node* lastCovering(Nimbal::IpGenPrefix const& newPrefix) const;
     static Node* searchedCovering(TrieIndex& index, Nimbal::IpGenPrefix const& newPrefix);
-    Node* skipDown(Insertion& insertion, Node* start, DescentCount& count) const;
+    inline Node* skipDown(Insertion& insertion, Node* start, DescentCount& count) const;
+    static inline bool keepsRole(Insertion const& insertion, Node const* node, bool newNode);
+    [[gnu::cold]] void countAgain(Insertion const& insertion, Node* node);
     Node* placeRoot(Insertion const& insertion, HookErrors& errors);
     Node* placeAgain(Insertion const& insertion, Node* current, HookErrors& errors);
 
     void countRouteOut(Node* node);
-    void fetchForRemoval(Node const* node) const noexcept;
-    bool hasPrefix(Node const* node, Nimbal::IpGenPrefix const& prefix) const noexcept;
+    inline void fetchForRemoval(Node const* node) const noexcept;
+    inline bool hasPrefix(Node const* node, Nimbal::IpGenPrefix const& prefix) const noexcept;
     void callMovedNode(Node* node, PartitionId::Ptr const& oldPartitionId, U32 oldHwTable);
     void report(Node* node, PartitionId::Ptr const& oldPartitionId,
                 TrieNodesInfo::Ptr const& movedNodes, HookErrors& errors);
@@ -304,7 +310,8 @@ private:
     Node* parentMergeNode(Node* srcNode, U32 maxEntries);
 
     // What most operations spend their time in. Whether their steps are traced is asked once, when
-    // an operation begins: then nothing more has to be asked on the way.
+    // an operation begins: then nothing more has to be asked on the way. Where `traced` is set,
+    // each line asks for itself; what is rare is always called so.
     template <bool traced>
     [[gnu::noinline]] TrieReturnCode search(Nimbal::IpGenPrefix const& prefix,
                                             bool includePendingRmPartition);

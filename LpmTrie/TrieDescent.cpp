@@ -3,7 +3,6 @@
 namespace LpmTrie {
 
 bool Trie::DescentCount::countUpwards(Node* lowest, bool ownPartition) noexcept {
-    ownPartition_ = ownPartition;
     Node* node = lowest;
     for (bool border = ownPartition; !border && node != nullptr;) {
         for (; node->ordinary(); node = node->parent_) {
@@ -18,6 +17,7 @@ bool Trie::DescentCount::countUpwards(Node* lowest, bool ownPartition) noexcept 
         border = node->partitionNode_;
         node = node->parent_;
     }
+    aboveBorder_ = node;
     for (; node != nullptr && node->eyeCatcherIntact(); node = node->parent_) {
         ++node->routeCount_;
     }
@@ -43,11 +43,12 @@ void Trie::DescentCount::takeBack() const {
 
 /** Undoes `countUpwards`, below `end`. */
 void Trie::DescentCount::takeBack(Node* lowest, Node const* end) const noexcept {
-    bool inPartition = !ownPartition_;
+    bool inPartition = true;
     for (Node* node = lowest; node != end; node = node->parent_) {
+        // Not by the flags: a hook may have set one before it threw.
+        inPartition = inPartition && node != aboveBorder_;
         --node->routeCount_;
         node->partitionRouteCount_ -= inPartition ? 1 : 0;
-        inPartition = inPartition && !node->partitionNode_;
     }
 }
 

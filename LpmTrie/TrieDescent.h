@@ -3,8 +3,8 @@
 /*
  * The short way down. In a trie with an index, an insertion does not step from node to node: the
  * index names the last covering node, and one climb from there, over nodes that have been fetched
- * side by side, counts the new route in both counters. Nothing is changed before all that is needed
- * has been seen to be as it should; else the way is gone step by step, and finds what is wrong.
+ * side by side, counts the new route in both counters. When a node is not as it should be, what has
+ * been counted is taken back, and the way is gone step by step, which finds what is wrong.
  */
 
 #include <LpmTrie/TrieNodes.h>
@@ -54,8 +54,9 @@ private:
     Node* const start_;
     bool const counting_;
     bool complete_ = false;
-    bool ownPartition_ = false;
     Node* last_ = nullptr;
+    /** Where `countUpwards` has left the partition counters alone, and in all nodes above. */
+    Node const* aboveBorder_ = nullptr;
 
     [[gnu::cold]] void takeBack() const;
     [[gnu::cold]] void takeBack(Node* lowest, Node const* end) const noexcept;

@@ -16,11 +16,11 @@ namespace LpmTrie {
  * finds by the plain algorithm.
  *
  * The trie tells it of each node that comes or goes, a node that it knows of a change of its role.
- * When links are set by hand, or memory ends, it gives up: it forgets everything, for good, and
- * what was led by it goes from the root again. So it is never wrong, only absent.
+ * When links or another family are set by hand, or memory ends, it gives up: it forgets everything,
+ * for good, and what was led by it goes from the root again. So it is never wrong, only absent.
  *
- * Nodes that come in order are entered by and by: whoever asks it anything but `nearLast` first
- * lets it `settle`.
+ * Nodes that come in order are entered by and by: whoever asks it where nodes are, by anything but
+ * `nearLast`, first lets it `settle`.
  *
  * Not locked: it belongs to its trie, and even to be asked it has to itself. At most `mostIndexes`
  * exist at a time.
@@ -101,8 +101,8 @@ public:
     bool entered(Node const* node) const noexcept { return node->index_ == number_; }
     /**
      * A node that has entered has this very prefix, which is of the trie's family. The holder,
-     * which nothing else has fetched, is read only when there are host bits that a node does not
-     * keep itself.
+     * which may still be on its way from memory, is read only when any node has had host bits that
+     * it does not keep itself.
      */
     bool hasPrefix(Node const* node, Nimbal::IpGenPrefix const& prefix) const noexcept {
         return tails_ != 0 ? node->prefixRef_->prefix() == prefix
@@ -162,7 +162,7 @@ private:
     Node* nearLastNode(Nimbal::IpGenPrefix const& prefix) const noexcept;
     IndexBlock* blockFor(U64 head, U32 depth);
     void addElsewhere(Node* node) noexcept;
-    void wait(Node* node, Detail::LengthPlace const& length) noexcept;
+    inline void wait(Node* node, Detail::LengthPlace const& length) noexcept;
     void refuse(Node* node) noexcept;
     void enter(Node* node) noexcept;
     void enterFrom(U32 depth) noexcept;

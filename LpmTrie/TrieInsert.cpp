@@ -213,17 +213,29 @@ inline Node* Trie::makeNode(Insertion const& insertion) {
                     insertion.partitionId, insertion.hwTable);
 }
 
+/** A hook gave the node neither other labels nor a partition of its own. */
+inline bool Trie::keepsRole(Insertion const& insertion, Node const* node, bool newNode) {
+    Node const* const from = insertion.fromPartitionNode;
+    return !(newNode && node->partitionNode()) &&
+           (from == nullptr ||
+            (from->hwTable() == node->hwTable() && from->partitionId() == node->partitionId()));
+}
+
+/** The plain way finds other labels before it counts, and does not count above a partition. */
+void Trie::countAgain(Insertion const& insertion, Node* node) {
+    updatePartitionRouteCount(node->parent(), false, 1);
+    if (insertion.fromPartitionNode != nullptr) {
+        assertSameLabels(insertion.fromPartitionNode, node);
+    }
+}
+
 template <bool traced>
 inline void Trie::giveRole(Node* node, Insertion const& insertion, bool newNode,
                            HookErrors& errors) {
     if (insertion.counted) {
         node->fibRouteIs(true);
-        Node* const from = insertion.fromPartitionNode;
-        if (from != nullptr && (from->hwTable() != node->hwTable() ||
-                                from->partitionId() != node->partitionId())) [[unlikely]] {
-            // A hook gave the node other labels: the plain way finds it before it counts.
-            updatePartitionRouteCount(node->parent(), false, 1);
-            assertSameLabels(from, node);
+        if (!keepsRole(insertion, node, newNode)) [[unlikely]] {
+            countAgain(insertion, node);
         }
         node->partitionRouteCountInc(1);
         node->routeCountInc(1);

@@ -72,11 +72,11 @@ Node* Trie::skipDown(Nimbal::IpGenPrefix const& prefix, bool includePendingRmPar
         return nullptr;
     }
     auto const [deepest, marked] = index->findAlive(prefix);
-    if (deepest == nullptr || !deepest->covers(prefix)) {
+    if (deepest == nullptr) {
         return nullptr;
     }
     if (deepest->headLen_ == prefix.len()) {
-        Vexo::prefetch(deepest->prefixRef_.get());  // who looks a node up by its prefix compares it
+        Vexo::prefetch(deepest->prefixRef_.get());  // a removal will release it
     }
     candidate = marked;
     while (candidate != nullptr && !isCandidate(candidate, includePendingRmPartition)) {

@@ -31,6 +31,11 @@ inline void Trie::hangUnder(Node* parent, U32 bit, Node* node) {
     if (node != nullptr) {
         node->linkParent(parent);
     }
+    childIs(parent, bit, node);
+}
+
+/** The half of that which the parent, or the trie, keeps. */
+inline void Trie::childIs(Node* parent, U32 bit, Node* node) {
     if (parent == nullptr) {
         root_ = node;
     } else {

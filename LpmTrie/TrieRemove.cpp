@@ -114,7 +114,7 @@ void Trie::compact(Node* node) {
             LPM_SASSERT(parent->bitNode( parentBit ) == node, " node:", node, " parent:", parent);
         }
         TrieIndex::linkedBy(index_.get(), parent, child);
-        hangUnder(parent, parentBit, child);
+        childIs(parent, parentBit, child);
         indexDel(node);
         freeNode(node);
         if (parent == nullptr) {

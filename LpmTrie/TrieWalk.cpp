@@ -40,10 +40,11 @@ TrieTraversalReturnCode Trie::nextNode(Node* stopNode, Node* startNode, U32 leve
         return child != nullptr && !(stopAtPartitionNode && child->partitionNode()) &&
                !(stopAtFibRoute && child->fibRoute());
     };
-    auto const stepTo = [index = traced ? nullptr : settled(indexInUse())](
-                            Node* next, U32 bit, U32 stepLevel) -> TrieTraversalReturnCode {
-        if (index != nullptr) {
-            index->fetchAhead(next);
+    auto const stepTo = [&](Node* next, U32 bit, U32 stepLevel) -> TrieTraversalReturnCode {
+        if constexpr (!traced) {
+            if (TrieIndex const* const index = settled(indexInUse())) {
+                index->fetchAhead(next);
+            }
         }
         return {next, bit, stepLevel};
     };

@@ -5,7 +5,12 @@
 
 #include <LpmTrie/RouteQueries.h>
 
-/* An index gives up where another trie changes its nodes, and hooks cannot slip labels past it. */
+#include <gmock/gmock.h>
+
+#include <functional>
+
+/* An index gives up where another trie changes its nodes, and hooks cannot slip labels or flags
+ * past it. */
 
 namespace {
 
@@ -129,5 +134,88 @@ TEST(IndexHookDeathTest, labelsThatAHookHasChangedAreNamedWithAndWithoutAnIndex)
                                   signature));
     }
 }
+
+/** Has something done to each node that it makes, before the trie gets it. */
+class MeddlingTrie : public Trie {
+public:
+    using Trie::Trie;
+    Node* allocateNode(Nimbal::IpGenPrefixRef::Ptr const& prefixRef, bool fibRoute,
+                       bool partitionNode, PartitionId::Ptr const& partitionId,
+                       U32 hwTable) override {
+        Node* const node =
+            Trie::allocateNode(prefixRef, fibRoute, partitionNode, partitionId, hwTable);
+        if (meddle) {
+            meddle(node);
+        }
+        return node;
+    }
+    std::function<void(Node*)> meddle;
+};
+
+class IndexHookTest : public TestSupport::LeakChecked<testing::TestWithParam<U32>> {
+protected:
+    IndexHookTest() {
+        trie_->afIs(AddressFamily::ipv4);
+        trie_->insertFromRoot(prefix("10.0.0.0/8"), true, true, id_, 1);
+        for (auto const* text : {"10.1.0.0/16", "10.1.2.0/24", "10.1.2.128/26"}) {
+            route(text);
+        }
+    }
+    ~IndexHookTest() override {
+        trie_->meddle = nullptr;
+        removeAll(*trie_);
+    }
+
+    Node* route(std::string_view text) const {
+        return trie_->insert(prefix(text), trie_->root(), true, false, id_, 1).node();
+    }
+    std::vector<String> lines() const { return drawing(*trie_); }
+
+    IndexFrom const from_{GetParam()};
+    PartitionId::Ptr const id_ = PartitionId::PartitionIdIs(PartitionIdValue(3), ~0U, nullptr);
+    Vexo::Ptr<MeddlingTrie> const trie_{new MeddlingTrie(1)};
+};
+
+TEST_P(IndexHookTest, routeThatAHookMakesAPartitionIsCountedInThatAlone) {
+    for (auto const* text : {"10.1.2.0/28", "10.1.2.64/26"}) {
+        trie_->meddle = [&](Node* node) {
+            if (node->prefixRef()->prefix() == prefix(text)) {
+                node->partitionNodeIs(true);
+            }
+        };
+        Node* const node = route(text);
+        EXPECT_EQ(node->partitionRouteCount(), 1U);
+        trie_->verify();
+    }
+    EXPECT_THAT(lines(),
+                testing::ElementsAre(
+                    "Partition,Fib,10.0.0.0/8,6,4,0x3,hw:1,cp", "  0 Fib,10.1.0.0/16,5,3,0x3,hw:1",
+                    "    0 Fib,10.1.2.0/24,4,2,0x3,hw:1", "      0 Int,10.1.2.0/25,2,0,nil,hw:1",
+                    "        0 Partition,Fib,10.1.2.0/28,1,1,0x3,hw:1,cp",
+                    "        1 Partition,Fib,10.1.2.64/26,1,1,0x3,hw:1,cp",
+                    "      1 Fib,10.1.2.128/26,1,1,0x3,hw:1"));
+}
+
+TEST_P(IndexHookTest, flagThatAHookSetsBeforeItThrowsDoesNotMislead) {
+    std::vector<String> expected = lines();
+    trie_->meddle = [&](Node* node) {
+        LpmTrie::findExact(*trie_, prefix("10.1.0.0/16"))->partitionNodeIs(true);
+        node->fibRouteIs(false);
+        trie_->deallocateNode(node);
+        throw std::bad_alloc();
+    };
+    EXPECT_THROW(route("10.1.2.0/28"), std::bad_alloc);
+    Node* const flagged = LpmTrie::findExact(*trie_, prefix("10.1.0.0/16"));
+    EXPECT_TRUE(flagged->partitionNode());
+    flagged->partitionNodeIs(false);
+    flagged->pendingStateIs(PendingState());
+    EXPECT_EQ(lines(), expected);
+    trie_->verify();
+}
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithout, IndexHookTest, testing::Values(U32{0}, never),
+                         [](testing::TestParamInfo<U32> const& kind) {
+                             return String(kind.param == never ? "plain" : "indexed");
+                         });
 
 }  // namespace
