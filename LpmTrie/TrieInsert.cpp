@@ -149,30 +149,35 @@ inline Node* Trie::placeChild(Insertion const& insertion, Node* current, U32 bit
     return newNode;
 }
 
+/** Of the routes at and below a node, those that count in the partition above it. */
+static inline U32 routesForPartitionAbove(Node const* node) {
+    return node->partitionNode() ? 0 : node->partitionRouteCount();
+}
+
 template <bool traced>
 inline Node* Trie::placeParent(Insertion const& insertion, Node* current, U32 bit,
                                HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     U32 const currentBit = current->prefixBit(newPrefix.len());
     Node* const newNode = makeNode(insertion);
-    TrieIndex::linkedBy(index_.get(), current->parent(), newNode, current);
-    hangUnder(current->parent(), bit, newNode);
+    Node* const parent = current->parent();
+    // The new node's own route is not counted here: its role does that.
+    newNode->routeCountInc(current->routeCount());
+    newNode->partitionRouteCountInc(routesForPartitionAbove(current));
+    TrieIndex::linkedBy(index_.get(), parent, newNode, current);
+    hangUnder(parent, bit, newNode);
     hangUnder(newNode, currentBit, current);
     LPM_TRACE_IF(traced, 7, "New node ", newPrefix, " is new parent of current node ", current,
                  " bit ", currentBit);
     indexAdd(newNode);
-    // The new node's own route is not counted here: its role does that.
-    newNode->routeCountInc(current->routeCount());
-    if (!current->partitionNode()) {
-        newNode->partitionRouteCountInc(current->partitionRouteCount());
-    }
     giveRole<traced>(newNode, insertion, true, errors);
     return newNode;
 }
 
+/** Out of line: inlined, it takes registers from the descent, and an insertion is longer. */
 template <bool traced>
-inline Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit, U32 commonLen,
-                               HookErrors& errors) {
+[[gnu::noinline]] Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bit,
+                                          U32 commonLen, HookErrors& errors) {
     Nimbal::IpGenPrefix const& newPrefix = insertion.newPrefix;
     Nimbal::IpGenPrefix const intPrefix = prefixFromLen(newPrefix, commonLen);
     LPM_TRACE_IF(traced, 7, "Need internal node ", intPrefix, " for new node ", newPrefix,
@@ -189,19 +194,15 @@ inline Node* Trie::placeBranch(Insertion const& insertion, Node* current, U32 bi
         freeNode(newNode);
         throw;
     }
-    TrieIndex::linkedBy(index_.get(), current->parent(), intNode, current, newNode);
-    hangUnder(current->parent(), bit, intNode);
+    Node* const parent = current->parent();
+    intNode->routeCountInc(current->routeCount() + (insertion.fibRoute ? 1 : 0));
+    intNode->partitionRouteCountInc(routesForPartitionAbove(current) + (insertion.counted ? 1 : 0));
+    TrieIndex::linkedBy(index_.get(), parent, intNode, current, newNode);
+    hangUnder(parent, bit, intNode);
     hangUnder(intNode, currentBit, current);
     hangUnder(intNode, 1 - currentBit, newNode);
     indexAdd(intNode);
     indexAdd(newNode);
-    intNode->routeCountInc(current->routeCount() + (insertion.fibRoute ? 1 : 0));
-    if (!current->partitionNode()) {
-        intNode->partitionRouteCountInc(current->partitionRouteCount());
-    }
-    if (insertion.counted) {
-        intNode->partitionRouteCountInc(1);
-    }
     giveRole<traced>(newNode, insertion, true, errors);
     LPM_TRACE_IF(traced, 7, " created int node ", intNode);
     LPM_TRACE_IF(traced, 7, " created new Node ", newNode);

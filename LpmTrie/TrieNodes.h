@@ -28,9 +28,7 @@ inline void Trie::freeNode(Node* node) noexcept {
  * the two are linked has been told to the index.
  */
 inline void Trie::hangUnder(Node* parent, U32 bit, Node* node) {
-    if (node != nullptr) {
-        node->linkParent(parent);
-    }
+    node->linkParent(parent);
     childIs(parent, bit, node);
 }
 

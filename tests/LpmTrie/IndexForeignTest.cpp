@@ -178,12 +178,15 @@ protected:
 
 TEST_P(IndexHookTest, routeThatAHookMakesAPartitionIsCountedInThatAlone) {
     for (auto const* text : {"10.1.2.0/28", "10.1.2.64/26"}) {
+        IpGenPrefix const own = prefix(text);
         trie_->meddle = [&](Node* node) {
-            if (node->prefixRef()->prefix() == prefix(text)) {
+            if (node->prefixRef()->prefix() == own) {
                 node->partitionNodeIs(true);
             }
         };
-        Node* const node = route(text);
+        bool const fromRoot = own.len() == 28;
+        Node* const node =
+            fromRoot ? trie_->insertFromRoot(own, true, false, id_, 1).node() : route(text);
         EXPECT_EQ(node->partitionRouteCount(), 1U);
         trie_->verify();
     }
