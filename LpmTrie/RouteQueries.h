@@ -83,7 +83,9 @@ LPMTRIE_API void removeAll(Trie& trie) noexcept;
  * Whether `Trie::insert` with these arguments would be accepted. Empty: it would, so far as memory
  * and hooks go along. Otherwise a sentence that tells what is wrong: such an insertion stops the
  * process, or throws for a prefix longer than any address. The trie must be one that `verify`
- * accepts.
+ * accepts. Whether `verify` accepts it afterwards as well is another question: a route has to carry
+ * the id and the table of the partition that covers it, which an insertion without a start node
+ * leaves to the caller.
  */
 LPMTRIE_API std::optional<String> insertionRefusal(
     Trie const& trie, Nimbal::IpGenPrefix const& newPrefix, Node const* fromPartitionNode,

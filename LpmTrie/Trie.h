@@ -111,7 +111,10 @@ public:
     U32 dumpLimit() const noexcept { return dumpLimit_; }
     void dumpLimitIs(U32 limit) noexcept { dumpLimit_ = limit; }
     /** @} */
-    /** @{ The family of every prefix in the trie; to be set before the first insertion. */
+    /**
+     * @{ The family of every prefix in the trie; to be set before the first insertion. Another one
+     * later, in a large trie, takes time in proportion to the nodes.
+     */
     Nimbal::AddressFamily af() const noexcept { return af_; }
     void afIs(Nimbal::AddressFamily af) noexcept {
         if (index_ != nullptr && af != af_) [[unlikely]] {
@@ -122,7 +125,10 @@ public:
     /** @} */
     /** The node above all others; null in an empty trie. */
     Node* root() const noexcept { return root_; }
-    /** Sets the root without any check or counter work. */
+    /**
+     * Sets the root without any check or counter work. In a large trie that takes time in
+     * proportion to the nodes.
+     */
     void rootIs(Node* root) noexcept {
         root_ = root;
         if (index_ != nullptr) [[unlikely]] {
@@ -230,8 +236,9 @@ public:
                                                                     U32 maxPartitionCount,
                                                                     bool toSrcPartition);
     /**
-     * Where to split so that the piece cut off holds about `splitCount` routes, which must be fewer
-     * than the partition has. May be the partition's own node unless `disallowSplitOnParent`.
+     * Where to split so that the piece cut off holds about `splitCount` routes, which must be at
+     * least 1 and fewer than the partition has. May be the partition's own node unless
+     * `disallowSplitOnParent`.
      */
     TrieReturnCode findMergeNodeViaSplitCount(Node* srcPartitionNode, U32 splitCount,
                                               bool disallowSplitOnParent);

@@ -44,7 +44,7 @@ using Roots = std::map<Nimbal::IpGenPrefix, RouteNode*>;
 std::vector<Difference> auditChip(Hardware const& hardware, U32 vrfId, Nimbal::AddressFamily af,
                                   Roots const& roots);
 
-/** The routes of the partition at `root`, in order. */
+/** The routes of the partition at `root`, in order. Takes time in proportion to its nodes. */
 std::vector<RouteNode*> routesOfPartition(RouteNode* root);
 
 }  // namespace LpmClient

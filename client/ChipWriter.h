@@ -22,7 +22,8 @@ struct RefusedWrite {
  * the chip (bindings and covering routes) and so leaves out writes that change nothing. An `undo`
  * write may be refused too, and so may the freeing of a bucket after a commit: such writes are
  * owed, and `settle` must succeed before the next change begins. A write that finds no memory
- * throws std::bad_alloc before the chip has changed; `commit` and `undo` need none.
+ * throws std::bad_alloc before the chip has changed; `commit` and `undo` need none. Each takes time
+ * in proportion to the writes that it makes, or would make.
  *
  * Not locked: belongs to one table. The chip may be shared.
  */

@@ -41,9 +41,9 @@ inline Route routeAt(LpmTrie::Node const* node) noexcept {
     return {node->prefixRef()->prefix(), routeNode(node)->nextHop};
 }
 
-/** The root of the partition that `node` belongs to, itself included. */
+/** The root of the partition that `node` belongs to, itself included. Takes O(d) time. */
 RouteNode* partitionRootOf(LpmTrie::Node* node) noexcept;
-/** The nearest FIB route strictly above `node`, or null. */
+/** The nearest FIB route strictly above `node`, or null. Takes O(d) time. */
 RouteNode const* nearestRouteAbove(LpmTrie::Node const* node) noexcept;
 
 /**

@@ -119,7 +119,7 @@ struct BucketContents {
 /**
  * The chip as the client sees it: derive from it to put a chip of your own behind a client. Threads
  * may share one: a write, or a question, is one step. A write either succeeds or is refused and
- * changes nothing; it does not throw. The client owns no hardware: it must outlive its managers.
+ * changes nothing. The client owns no hardware: it must outlive its managers.
  */
 class Hardware {
 public:
@@ -138,7 +138,8 @@ public:
     /** Buckets are numbered from 0 to this number - 1. */
     virtual U32 bucketLimit() const noexcept = 0;
 
-    // Reading back what stands in the chip, for a restart and for audits.
+    // Reading back what stands in the chip, for a restart and for audits: time and memory are those
+    // of what is returned, or of more where a chip has to look for it.
 
     /** All bindings of a routing instance's family, in no particular order. */
     std::vector<Binding> bindings(U32 vrfId, Nimbal::AddressFamily af) const;

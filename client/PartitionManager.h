@@ -52,10 +52,10 @@ struct ManagerCounts {
  * chip, and both in agreement at all times.
  *
  * Each update either succeeds in both or changes neither and is owed: `retry` takes up what is
- * owed. One that finds no memory throws std::bad_alloc, and one of a prefix that the table cannot
- * take throws std::invalid_argument: it has changed neither and is not owed. While an update runs,
- * each address gets, after each single hardware write, either the answer from before the update or
- * the one after it.
+ * owed. What a policy throws reaches the caller, as `Policy` tells. One that finds no memory throws
+ * std::bad_alloc, and one of a prefix that the table cannot take throws std::invalid_argument: it
+ * has changed neither and is not owed. While an update runs, each address gets, after each single
+ * hardware write, either the answer from before the update or the one after it.
  *
  * Managers may share a chip and the bitmap of bucket numbers, each on a thread of its own
  * (thread-safe-pointer mode must be on then); one manager serves one thread at a time. The
@@ -79,6 +79,7 @@ public:
                      std::unique_ptr<Policy> policy);
     PartitionManager(PartitionManager const&) = delete;
     PartitionManager& operator=(PartitionManager const&) = delete;
+    /** Takes time in proportion to the nodes, which it frees. */
     ~PartitionManager();
 
     /**
@@ -129,13 +130,15 @@ public:
 
     /**
      * Every difference between trie and chip. Reads all that the chip holds of the table, sorts
-     * each bucket, and takes O(d) time for each route of either.
+     * each bucket, and takes O(d) time for each route of either. Throws what a chip throws that
+     * cannot be read, and has changed nothing then.
      */
     std::vector<Difference> audit() const;
     /**
      * Makes the chip agree with the trie. Returns the differences that are left, since the chip has
      * refused a write; they, and those left by std::bad_alloc, `retry` takes up. After a restart
-     * that has failed it only tells them: the trie does not know what the chip should hold.
+     * that has failed it only tells them: the trie does not know what the chip should hold. What a
+     * chip throws that cannot be read reaches the caller, and `retry` takes up the rest.
      * Takes the time of three audits, and for each lost bucket that of a look at all partitions.
      */
     std::vector<Difference> repair();

@@ -19,7 +19,8 @@ struct Room {
 /**
  * Decides where partitions are cut. A policy looks at the trie and proposes; the partition manager
  * carries out, in trie and chip. One object serves one table, on that table's thread. It must leave
- * the trie as it is.
+ * the trie as it is. What it throws reaches the manager's caller: an announcement has changed
+ * nothing then, and is owed only if it was before; a withdrawal stands, and `retry` asks again.
  */
 class Policy {
 public:

@@ -61,7 +61,8 @@ void assignFresh(Recut& recut, std::vector<LpmTrie::PartitionId::Ptr> const& fre
 /**
  * Carries a recut out in the trie: cuts, re-labels and folds through the trie's operations. Each
  * route whose label has changed stands in the trie's `moved()` afterwards. Roots that come stay
- * pending creation, and those that go pending removal, until `completeRecut`.
+ * pending creation, and those that go pending removal, until `completeRecut`. Takes O(d) time for
+ * each piece, and a step for each node of the partitions that are cut; so do the other two.
  */
 void recutTrie(ClientTrie& trie, Recut const& recut);
 /** Takes `recutTrie` back; nothing stays pending. */

@@ -5,7 +5,10 @@
 
 namespace LpmClient {
 
-/** The covering route of the partition at `root`: the nearest route strictly above it. */
+/**
+ * The covering route of the partition at `root`: the nearest route strictly above it. Takes O(d)
+ * time.
+ */
 std::optional<Route> coverOf(RouteNode const* root);
 
 /**

@@ -4,9 +4,12 @@
 
 namespace LpmClient {
 
-/** In pre-order, the roots of the partitions with routes nested directly in the one at `root`. */
+/**
+ * In pre-order, the roots of the partitions with routes nested directly in the one at `root`. Takes
+ * time in proportion to its nodes.
+ */
 std::vector<RouteNode*> nestedRoots(RouteNode* root);
-/** In pre-order: by address, then length. */
+/** In pre-order: by address, then length. Takes O(n log n) time. */
 void sortRoots(std::vector<RouteNode*>& roots);
 
 /**
@@ -26,7 +29,10 @@ public:
         std::array<U32, 2> below{noPiece, noPiece};  // items that hang from it
     };
 
-    /** `roots` in pre-order; the first one is above all others. */
+    /**
+     * `roots` in pre-order; the first one is above all others. Takes time in proportion to the
+     * nodes of their partitions.
+     */
     Window(std::vector<RouteNode*> roots, U32 grain, U64 mark);
 
     /** In pre-order, as given. */

@@ -59,9 +59,13 @@ def sizes(text):
 
 
 def main():
-    parser = argparse.ArgumentParser(allow_abbrev=False)
-    parser.add_argument("--policy", default="window")
-    parser.add_argument("--sizes", default="64,128,256,512,1024")
+    parser = argparse.ArgumentParser(
+        allow_abbrev=False, usage="%(prog)s [-h] [--policy NAME] [--sizes N,N,...] [ARGUMENT...]",
+        description="How many buckets a table takes, for several sizes of a bucket.",
+        epilog="The arguments go to `lpmtrie plan`: tables and --updates, or --builtin and its options.")
+    parser.add_argument("--policy", default="window", help="one that `lpmtrie plan` knows (window)")
+    parser.add_argument("--sizes", default="64,128,256,512,1024",
+                        help="routes a bucket, with commas between them (%(default)s)")
     options, arguments = parser.parse_known_args()
     wanted = sizes(options.sizes)
     first = plan(wanted[0], options.policy, arguments)  # before anything is shown: it may fail
@@ -72,4 +76,9 @@ def main():
             print(row(size, family), flush=True)
 
 
-main()
+try:
+    main()
+except BrokenPipeError:
+    # Whoever reads has had enough. Nothing is left to be written at the end.
+    os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+    sys.exit(2)

@@ -160,8 +160,9 @@ void Client::withdraw(char const* text) {
 void Client::mergeUpwards(Node* root) {
     auto const above = root->parent()->prefixRef()->prefix();
     Node* const target = trie_->findPartitionNode(above, false).partitionNode();
-    U32 const routes = root->partitionRouteCount() + target->partitionRouteCount();
-    if (routes > bucketRoutes_ * 3 / 4) {  // or the next route would split it again
+    U32 const routes = root->partitionRouteCount();
+    U32 const together = routes + target->partitionRouteCount();
+    if (routes != 0 && together > bucketRoutes_ * 3 / 4) {  // or the next one would split it again
         return;
     }
     U32 const freed = bucketOf(root);

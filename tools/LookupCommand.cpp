@@ -2,6 +2,7 @@
 #include <tools/Lookup.h>
 #include <tools/NamedFiles.h>
 
+#include <filesystem>
 #include <memory>
 
 namespace LpmTools {
@@ -19,10 +20,19 @@ struct LookupCall {
 };
 
 IpGenPrefix readAddress(std::string const& text) {
-    if (text.find(':') != std::string::npos) {
-        return {Nimbal::Ip6Addr::fromString(text), 128};
+    try {
+        if (text.find(':') != std::string::npos) {
+            return {Nimbal::Ip6Addr::fromString(text), 128};
+        }
+        return {Nimbal::IpAddr::fromString(text), 32};
+    } catch (Vexo::RangeException const&) {
+        std::error_code unknown;
+        if (std::filesystem::exists(text, unknown)) {
+            throw Vexo::RangeException(Vexo::quotedForMessage(text) +
+                                       " is a file, no address: tables are named behind --table");
+        }
+        throw;
     }
-    return {Nimbal::IpAddr::fromString(text), 32};
 }
 
 std::vector<Route> readRoutes(LookupCall const& call, NextHopNumbers& nextHops) {

@@ -75,6 +75,16 @@ bool RouteUpdates::nextOfText(RouteUpdate& update) {
     return false;
 }
 
+/** Tells what is wrong with a line that goes on behind `word`. */
+static std::string leftOver(std::string_view rest, std::string_view word, bool isVerbose) {
+    bool const isPrefix = word.find('/') != std::string_view::npos;
+    if (!isVerbose && !isPrefix) {
+        return Vexo::quotedForMessage(word) + " is neither a prefix nor A or W before one";
+    }
+    return Vexo::quotedForMessage(rest) + " is left over behind " + Vexo::quotedForMessage(word) +
+           (isVerbose ? "" : "; with a next hop, the line begins with A");
+}
+
 void RouteUpdates::takeLine(std::string_view text, RouteUpdate& update) {
     std::string_view rest = text;
     std::string_view word = takeWord(rest);
@@ -88,11 +98,7 @@ void RouteUpdates::takeLine(std::string_view text, RouteUpdate& update) {
         nextHop = readNextHop(takeWord(rest));
     }
     if (!rest.empty()) {
-        throw Vexo::RangeException(Vexo::quotedForMessage(rest) + " is left over behind " +
-                                   Vexo::quotedForMessage(word) +
-                                   (!isVerbose && word.find('/') != std::string_view::npos
-                                        ? "; with a next hop, the line begins with A"
-                                        : ""));
+        throw Vexo::RangeException(leftOver(rest, word, isVerbose));
     }
     update.prefix = readPrefix(word);
     update.isWithdrawal = isWithdrawal;

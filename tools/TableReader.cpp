@@ -62,8 +62,9 @@ private:
 
     void addPrefix(std::string_view text) {
         if (isUpdate(text)) {
-            throw Vexo::RangeException(Vexo::quotedForMessage(text) +
-                                       " is an update: plan reads them, behind --updates");
+            throw Vexo::RangeException(
+                Vexo::quotedForMessage(text) +
+                " is an update, which the commands plan, diff and lookup read");
         }
         bool cleared = false;
         auto const prefix = options_.strict

@@ -77,7 +77,7 @@ TEST_P(PtrTest, aMoveHandsItsReferenceOn) {
 
     Ptr<Body> third;
     third = std::move(second);
-    EXPECT_EQ(second.get(), nullptr);  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(second.get(), nullptr);  // NOLINT(bugprone-use-after-move): this is what is shown
     EXPECT_EQ(third.get(), body);
     EXPECT_EQ(body->references(), 1U);
     EXPECT_EQ(ends_, 0);

@@ -14,6 +14,7 @@ using LpmClient::Cut;
 using LpmClient::Policy;
 using LpmClient::Room;
 using LpmClient::RouteNode;
+using LpmClient::WriteStatus;
 
 struct Thrown {};
 
@@ -80,6 +81,11 @@ TEST_P(HookExceptionTest, policyThatThrowsLeavesAnAnnouncementUndoneAndAWithdraw
                 ++withdrawals;
                 ASSERT_FALSE(manager.settled());
                 takeInto(world.table, update);
+                policy.throws = true;
+                ASSERT_THROW(manager.retry(), Thrown);
+                policy.throws = false;
+                ASSERT_FALSE(manager.settled());
+                ASSERT_TRUE(manager.audit().empty());
                 ASSERT_TRUE(manager.retry());
             }
         }
@@ -90,6 +96,46 @@ TEST_P(HookExceptionTest, policyThatThrowsLeavesAnAnnouncementUndoneAndAWithdraw
     ASSERT_FALSE(world.failed());
     EXPECT_GT(announcements, 2U);
     EXPECT_GT(withdrawals, 10U);
+}
+
+TEST_P(HookExceptionTest, policyThatThrowsInARetryLeavesOwedWhatWasOwed) {
+    ClientWorld world(space_, policy_, size_);
+    auto owned = std::make_unique<ThrowingPolicy>(policy_);
+    ThrowingPolicy& policy = *owned;
+    world.newManager(std::move(owned));
+    auto& manager = world.manager();
+    U64 thrown = 0;
+    for (std::size_t i = 0; i < steps_.size(); ++i) {
+        SCOPED_TRACE("update " + std::to_string(i));
+        Update const& update = steps_[i].update;
+        world.watched.refuse = [](U64, WatchedChip::Write const&) {
+            return std::optional(WriteStatus::transientError);
+        };
+        Outcome const outcome = world.update(update);
+        world.watched.refuse = nullptr;
+        if (outcome == Outcome::refused) {
+            auto const owed = manager.owed();
+            ASSERT_EQ(owed.count(update.prefix), 1U);
+            policy.throws = true;
+            try {
+                manager.retry();
+            } catch (Thrown const&) {
+                ++thrown;
+                ASSERT_FALSE(manager.settled());
+                // A withdrawal is done; what its smaller partition may need is still to be done.
+                ASSERT_EQ(manager.owed().count(update.prefix), update.nextHop ? 1U : 0U);
+            }
+            policy.throws = false;
+            ASSERT_TRUE(manager.audit().empty());
+            ASSERT_TRUE(manager.retry());
+            takeInto(world.table, update);
+        }
+        ASSERT_TRUE(manager.settled());
+        ASSERT_FALSE(world.failed());
+        ASSERT_NO_FATAL_FAILURE(world.check());
+        ASSERT_EQ(world.state(), steps_[i].state);
+    }
+    EXPECT_GT(thrown, 10U);
 }
 
 TEST_P(HookExceptionTest, traceSinkThatThrowsChangesNothing) {

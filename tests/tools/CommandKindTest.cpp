@@ -118,7 +118,7 @@ TEST_F(CommandKindTest, updatesInATableAreToldWhereTheyBelong) {
     for (char const* const line : {"A 10.0.0.0/8", "W\t10.0.0.0/8", "A 10.0.0.0/8 192.0.2.1"}) {
         std::string const told = toldOf({"load"}, "# updates\n"s + line + " # one\n", 2);
         EXPECT_EQ(told.substr(0, 4), "2: '");
-        EXPECT_NE(told.find("' is an update: plan reads them, behind --updates\n"),
+        EXPECT_NE(told.find("' is an update, which the commands plan, diff and lookup read\n"),
                   std::string::npos)
             << told;
     }

@@ -87,6 +87,8 @@ TEST_F(CommandLookupTest, misuseIsRefused) {
     Ended const noAddress = run({"lookup", "10.0.0", "--table", table_});
     EXPECT_EQ(noAddress.status, 2);
     EXPECT_THAT(noAddress.err, StartsWith("lpmtrie: '10.0.0': "));
+    EXPECT_EQ(run({"lookup", "10.0.0.0", table_}).err,
+              "lpmtrie: '" + table_ + "' is a file, no address: tables are named behind --table\n");
     Ended const noTable = run({"lookup", "10.0.0.0", "--table", files_.path("no")});
     EXPECT_EQ(noTable.status, 1);
     EXPECT_THAT(noTable.err, HasSubstr("cannot open: No such file or directory"));

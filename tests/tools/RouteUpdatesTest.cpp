@@ -93,7 +93,7 @@ TEST_F(RouteUpdatesTest, nextHopWithoutAnAIsToldHowToWrite) {
     EXPECT_THAT(read("W 10.0.0.0/8 192.0.2.1\n"),
                 ElementsAre(at(1) + "'192.0.2.1' is left over behind '10.0.0.0/8'"));
     EXPECT_THAT(read("B 10.0.0.0/8\n"),
-                ElementsAre(at(1) + "'10.0.0.0/8' is left over behind 'B'"));
+                ElementsAre(at(1) + "'B' is neither a prefix nor A or W before one"));
 }
 
 TEST_F(RouteUpdatesTest, hostBitsAreClearedAndCountedOrRefused) {
