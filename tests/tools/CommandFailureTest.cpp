@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace ToolsTest {
@@ -173,6 +174,30 @@ TEST_F(CommandFailureTest, closedStreamsStayClosed) {
               why);
     EXPECT_EQ(run({"load", file}, {.closed = {0, 2}}).status, 0);
     EXPECT_EQ(run({"load", file}, {.closed = {0, 1, 2}}).status, 1);
+}
+
+TEST_F(CommandFailureTest, whatStandardErrorCannotTakeChangesNeitherReportNorStatus) {
+    Descriptor const full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    ASSERT_GE(full.number(), 0);
+    std::string const good = files_.write("good", "10.0.0.0/8\n10.1.0.0/16\n");
+    std::string const bad = files_.write("bad", "10.0.0.0/8\nx\n10.1.0.1/16\n");
+    for (std::vector<std::string> const& arguments :
+         {std::vector<std::string>{"dump", "--keep-going", bad},
+          {"dump-partition", "--keep-going", bad},
+          {"plan", "--csv", "--keep-going", bad},
+          {"diff", "--keep-going", good, bad},
+          {"lookup", "10.1.2.3", "--json", "--keep-going", "--table", bad},
+          {"load", bad},
+          {"plan", files_.path("missing")},
+          {"lookup", "x"},
+          {"plan", "--bucket", "x", good}}) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        Ended const told = run(arguments);
+        Ended const untold = run(arguments, {.err = full.number()});
+        EXPECT_EQ(untold.out, told.out);
+        EXPECT_EQ(untold.status, told.status);
+        EXPECT_NE(told.err, "");
+    }
 }
 
 TEST_F(CommandFailureTest, namesThatAreNoTextReachJsonAsText) {
