@@ -148,7 +148,11 @@ void Client::withdraw(char const* text) {
     auto const prefix = IpGenPrefix::fromString(text);
     Node* const root = trie_->findPartitionNode(prefix, false).partitionNode();
     Node* const route = findExact(*trie_, prefix);
+    if (route == nullptr || !route->fibRoute()) {
+        return;
+    }
     tellChip("erase", bucketOf(route), route);
+    static_cast<RouteNode*>(route)->bucket = RouteNode::noBucket;  // the node may stay
     trie_->removeNode(route, false);
     if (root->parent() != nullptr) {
         mergeUpwards(root);
